@@ -1,0 +1,55 @@
+#include "app/command_line.h"
+
+#include <ostream>
+
+#include "app/export_command.h"
+
+namespace tavrix {
+
+std::string UsageText() {
+  return "Usage:\n"
+         "  tavrix-spectrum export --set SET [--window on|off] [--peak-hold] [--video-average]\n"
+         "                         --out FILE BLOCK...\n"
+         "  tavrix-spectrum --help\n"
+         "\n"
+         "export  Processes each capture block file in order, as successive captures are\n"
+         "        processed in the viewer, and writes one data set as File > Export does.\n"
+         "  --set SET          raw, transformed, scaled, peakhold or videoaverage\n"
+         "  --window on|off    window the samples before the transform (default on)\n"
+         "  --peak-hold        peak hold trace on from the first block\n"
+         "  --video-average    video average trace on from the first block\n"
+         "  --out FILE         the data set file to write (replaced when it exists)\n"
+         "  BLOCK...           capture block files; an empty file is skipped\n";
+}
+
+int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+  if (args.empty()) {
+    err << "tavrix-spectrum: the viewer window is not in this build yet; try --help\n";
+    return 2;
+  }
+  const std::string& command = args[0];
+  if (command == "--help" || command == "-h" || command == "help") {
+    out << UsageText();
+    return 0;
+  }
+  if (command == "export") {
+    const std::vector<std::string> rest(args.begin() + 1, args.end());
+    for (const std::string& word : rest) {
+      if (word == "--help" || word == "-h") {
+        out << UsageText();
+        return 0;
+      }
+    }
+    ExportOptions options;
+    const std::string problem = ParseExportOptions(rest, options);
+    if (!problem.empty()) {
+      err << "tavrix-spectrum: export: " << problem << " (see --help)\n";
+      return 2;
+    }
+    return RunExport(options, out, err);
+  }
+  err << "tavrix-spectrum: unknown command \"" << command << "\" (see --help)\n";
+  return 2;
+}
+
+}  // namespace tavrix

@@ -1,0 +1,36 @@
+#pragma once
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "dsp/data_set_export.h"
+
+namespace tavrix {
+
+// Capture block files larger than this are not blocks (a unit sends 8224 bytes).
+inline constexpr size_t kMaxBlockFileBytes = 1 << 20;
+
+struct ExportOptions {
+  DataSet Set = DataSet::Scaled;
+  bool WindowSpectrum = true;  // the stored default of the window option
+  bool PeakHold = false;
+  bool VideoAverage = false;
+  std::string OutFile;
+  std::vector<std::string> BlockFiles;
+};
+
+// Reads the export options from the words after "export". Returns an empty text, or
+// one line saying what is wrong.
+std::string ParseExportOptions(const std::vector<std::string>& args, ExportOptions& options);
+
+// Processes the blocks in order as successive captures and writes the data set.
+// Every block is read before anything is computed, so a bad block writes nothing.
+// Returns the exit status; says what it wrote on `out`, what went wrong on `err`.
+int RunExport(const ExportOptions& options, std::ostream& out, std::ostream& err);
+
+// The state after processing the given block contents in order, as the viewer would:
+// a fresh state with the chosen trace switches on; an empty block is skipped.
+SpectrumState ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,
+                            bool videoAverage);
+
+}  // namespace tavrix
