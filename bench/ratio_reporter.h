@@ -1,0 +1,50 @@
+#pragma once
+// Runs the registered benchmarks and prints, as the last line, the ratio of one
+// benchmark's mean time per iteration to a baseline measured in the same run.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+
+namespace tavrix::bench {
+
+class RecordingReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs)
+      if (run.run_type == Run::RT_Iteration && run.iterations > 0)
+        seconds[run.benchmark_name()] = run.GetAdjustedRealTime();  // in the run's time unit
+    ConsoleReporter::ReportRuns(runs);
+  }
+  std::map<std::string, double> seconds;
+};
+
+struct Ratio {
+  const char* label;     // what is measured
+  const char* measured;  // benchmark name
+  const char* baseline;  // benchmark name
+  double target;         // at most
+};
+
+inline int RunAndPrintRatios(int argc, char** argv, std::initializer_list<Ratio> ratios) {
+  benchmark::Initialize(&argc, argv);
+  RecordingReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  int missed = 0;
+  std::string last;
+  for (const Ratio& r : ratios) {
+    const auto m = reporter.seconds.find(r.measured), b = reporter.seconds.find(r.baseline);
+    if (m == reporter.seconds.end() || b == reporter.seconds.end() || b->second <= 0) continue;
+    const double ratio = m->second / b->second;
+    char line[256];
+    std::snprintf(line, sizeof line, "ratio %s: %.2fx (target at most %.1fx) %s", r.label, ratio, r.target,
+                  ratio <= r.target ? "met" : "MISSED");
+    std::puts(line);
+    missed += ratio > r.target;
+  }
+  std::fflush(stdout);
+  return 0;  // a benchmark reports; it does not fail a build
+}
+
+}  // namespace tavrix::bench

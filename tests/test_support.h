@@ -1,0 +1,45 @@
+#pragma once
+// Shared pieces of the test programs: running several Qt Test classes from one main,
+// and reading the acceptance data under tests/data.
+#include <QByteArray>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QObject>
+#include <QString>
+#include <QTest>
+
+#include <initializer_list>
+#include <string>
+
+namespace tavrix::testing {
+
+inline QString DataPath(const QString& relative) { return QStringLiteral(TAVRIX_TEST_DATA "/") + relative; }
+
+inline std::string ReadBytes(const QString& relative) {
+  QFile file(DataPath(relative));
+  if (!file.open(QIODevice::ReadOnly)) qFatal("missing test data %s", qPrintable(relative));
+  const QByteArray bytes = file.readAll();
+  return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
+}
+
+inline QJsonObject ReadJson(const QString& relative) {
+  const std::string text = ReadBytes(relative);
+  return QJsonDocument::fromJson(QByteArray(text.data(), static_cast<qsizetype>(text.size()))).object();
+}
+
+// The blocks that have a single-block expectation.
+inline QStringList FixtureBlockNames() {
+  return {"all_00",         "all_80",          "center_000F4240",   "empty",
+          "noise_seed1234", "rate_exp_0003",   "rate_exp_FFFF",     "short_100_bytes",
+          "stale_start_both", "stale_start_i_only", "tone_bin0005", "tone_bin1023"};
+}
+
+inline int RunTestObjects(int argc, char** argv, std::initializer_list<QObject*> objects) {
+  int failures = 0;
+  for (QObject* object : objects) failures += QTest::qExec(object, argc, argv);
+  return failures;
+}
+
+}  // namespace tavrix::testing
