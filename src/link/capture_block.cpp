@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "common/picture_format.h"
 
@@ -41,26 +42,29 @@ bool StartsWithRun(const std::array<uint8_t, kSampleCount>& region) {
                      [&](uint8_t b) { return b == region[0]; });
 }
 
+// Frequency scale and format by the span of the band, tested from the widest down.
+// The two lowest thresholds are single-precision constants.
+struct FormatChoice {
+  float minSpan;
+  float scale;
+  const char* format;
+};
+constexpr std::array<FormatChoice, 6> kFormatChoices = {{
+    {100.0f, 1, "##0.000MHz"},
+    {10.0f, 10, "##0.0000MHz"},
+    {1.0f, 100, "##0.00000MHz"},
+    {0.1f, 1000, "##0.000000MHz"},
+    {0.01f, 10000, "##0.0000000MHz"},
+    {-std::numeric_limits<float>::infinity(), 100000, "##0.00000000MHz"},
+}};
+
 void ChooseFormat(float span, CaptureFields& f) {
-  // The two lowest thresholds are single-precision constants.
-  if (span >= 100) {
-    f.FreqScale = 1;
-    f.FreqFormat = "##0.000MHz";
-  } else if (span >= 10) {
-    f.FreqScale = 10;
-    f.FreqFormat = "##0.0000MHz";
-  } else if (span >= 1) {
-    f.FreqScale = 100;
-    f.FreqFormat = "##0.00000MHz";
-  } else if (span >= 0.1f) {
-    f.FreqScale = 1000;
-    f.FreqFormat = "##0.000000MHz";
-  } else if (span >= 0.01f) {
-    f.FreqScale = 10000;
-    f.FreqFormat = "##0.0000000MHz";
-  } else {
-    f.FreqScale = 100000;
-    f.FreqFormat = "##0.00000000MHz";
+  for (const FormatChoice& choice : kFormatChoices) {
+    if (span >= choice.minSpan) {
+      f.FreqScale = choice.scale;
+      f.FreqFormat = choice.format;
+      return;
+    }
   }
 }
 
