@@ -1,0 +1,599 @@
+#!/usr/bin/env python3
+"""Simulated Tavrix demodulator: a real FTP server on a loopback port.
+
+The unit offers two pseudo-files in its login directory:
+
+  capt_spec:  write-only. A STOR of exactly one byte of value 1 takes a new
+              capture. Any other content is answered with 550 after the
+              transfer and takes no capture.
+  spectrum:   read-only. A RETR returns the latest capture block (8224 bytes:
+              30 header bytes, 4096 I bytes, 4096 Q bytes, 2 trailer bytes).
+              A capture exists from start-up.
+
+Any other name is answered with 550. The transfer type is ignored: the block
+always goes out byte for byte, and SIZE is answered in ASCII type too.
+Fault modes for tests are listed by --help.
+
+On start the server prints one line "LISTENING <port>" on stdout, then serves
+until SIGTERM or SIGINT. Commands and events are logged one per line (see
+EventLog) to stderr or to --log FILE.
+"""
+
+import argparse
+import io
+import ipaddress
+import logging
+import math
+import os
+import signal
+import socket
+import stat
+import sys
+import time
+
+SYSTEM_PYTHON = "/usr/bin/python3"
+
+try:
+    import pyftpdlib  # noqa: F401  (only to test that it is there)
+except ImportError:
+    # A Python other than the system one (pyenv, venv) does not see Debian's
+    # python3-pyftpdlib: run this script under the system Python instead.
+    if (__name__ == "__main__" and os.path.exists(SYSTEM_PYTHON)
+            and os.path.realpath(sys.executable) != os.path.realpath(SYSTEM_PYTHON)):
+        os.execv(SYSTEM_PYTHON, [SYSTEM_PYTHON, os.path.abspath(__file__)] + sys.argv[1:])
+    sys.exit("demod_sim: pyftpdlib is missing; install it with "
+             "'apt-get install -y python3-pyftpdlib'")
+
+from pyftpdlib.filesystems import AbstractedFS, FilesystemError
+from pyftpdlib.handlers import DTPHandler, FTPHandler
+from pyftpdlib.authorizers import AuthenticationFailed, DummyAuthorizer
+from pyftpdlib.ioloop import RetryError
+from pyftpdlib.servers import FTPServer
+
+from simulated_capture import BLOCK_SIZE, SignalModel, build_block
+
+SPECTRUM_NAME = "spectrum:"
+CAPTURE_NAME = "capt_spec:"
+CAPTURE_REQUEST = b"\x01"
+# libcurl gives up on a 550 to its SIZE before RETR; after 500/502 it goes on.
+NO_SIZE_REPLIES = {550: "550 SIZE not available.",
+                   500: "500 Command \"SIZE\" not understood.",
+                   502: "502 SIZE not implemented."}
+
+
+# --------------------------------------------------------------------------
+# Unit state shared by all sessions
+
+class EventLog:
+    """One line per FTP command as received ("RETR spectrum:", upper-case
+    verb, argument verbatim, PASS argument hidden) and per event:
+
+      CONNECT            control connection accepted
+      DISCONNECT         control connection closed
+      CAPTURE <n>        capture n taken (0 is the one made at start)
+      SENT <bytes> complete|incomplete      end of a RETR data transfer
+      RECEIVED <bytes> complete|incomplete  end of a STOR data transfer
+      STALL <seconds>    a RETR transfer pauses halfway
+      DROP               a RETR transfer and its session are cut halfway
+      REFUSING           no further connections are accepted
+    """
+
+    def __init__(self, stream):
+        self.stream = stream
+
+    def write(self, line):
+        self.stream.write(line + "\n")
+        self.stream.flush()
+
+
+class SimulatedUnit:
+    """The demodulator's capture memory and the fault settings."""
+
+    def __init__(self, options, events):
+        self.options = options
+        self.events = events
+        self.model = SignalModel(options.seed)
+        self.centre_field = int(round(options.center_mhz * 1000))
+        self.capture_number = -1
+        self.block = b""
+        self.captured_at = time.time()
+        self.blocks_served = 0
+        self.take_capture()
+
+    def take_capture(self):
+        self.capture_number += 1
+        i_bytes, q_bytes = self.model.capture(self.capture_number)
+        self.block = build_block(self.centre_field, self.options.rate_exponent,
+                                 i_bytes, q_bytes)
+        self.captured_at = time.time()
+        self.events.write("CAPTURE %d" % self.capture_number)
+
+    def spectrum_file(self):
+        """The bytes "spectrum:" holds: the block, cut when --short-block."""
+        if self.options.short_block is None:
+            return self.block
+        return self.block[:self.options.short_block]
+
+    def capture_request(self, payload):
+        """Act on the content written to "capt_spec:"; error text or None."""
+        if payload != CAPTURE_REQUEST:
+            return "Capture request must be the single byte 1."
+        self.take_capture()
+        return None
+
+    def record_served(self, data):
+        """Keep a copy of each block handed out, when --dump-dir is set."""
+        self.blocks_served += 1
+        if self.options.dump_dir:
+            path = os.path.join(self.options.dump_dir,
+                                "block_%04d.bin" % self.blocks_served)
+            with open(path, "wb") as out:
+                out.write(data)
+
+
+# --------------------------------------------------------------------------
+# Virtual file system: one root directory holding the two pseudo-files
+
+class VirtualFS(AbstractedFS):
+    """Paths stay virtual ("/spectrum:"); nothing touches the real disk."""
+
+    unit = None  # set by main()
+
+    def ftp2fs(self, ftppath):
+        return self.ftpnorm(ftppath)
+
+    def fs2ftp(self, fspath):
+        return fspath
+
+    def validpath(self, path):
+        return True
+
+    def realpath(self, path):
+        return path
+
+    @staticmethod
+    def kind(path):
+        """SPECTRUM_NAME, CAPTURE_NAME or None for a normalised path."""
+        name = path[1:] if path.startswith("/") else None
+        return name if name in (SPECTRUM_NAME, CAPTURE_NAME) else None
+
+    def isdir(self, path):
+        return path == "/"
+
+    def isfile(self, path):
+        return self.kind(path) is not None
+
+    def chdir(self, path):
+        if path != "/":
+            raise FilesystemError("No such directory")
+        self.cwd = "/"
+
+    def listdir(self, path):
+        if path != "/":
+            raise FilesystemError("No such directory")
+        return [CAPTURE_NAME, SPECTRUM_NAME]
+
+    listdirinfo = listdir
+
+    def stat(self, path):
+        mtime = self.unit.captured_at
+        if path == "/":
+            mode, size, inode = stat.S_IFDIR | 0o755, 0, 1
+        elif self.kind(path) == SPECTRUM_NAME:
+            mode, size, inode = stat.S_IFREG | 0o444, len(self.unit.spectrum_file()), 2
+        elif self.kind(path) == CAPTURE_NAME:
+            mode, size, inode = stat.S_IFREG | 0o222, 0, 3
+        else:
+            raise FilesystemError("No such file")
+        return os.stat_result((mode, inode, 1, 1, 0, 0, size, mtime, mtime, mtime))
+
+    lstat = stat
+
+    def getsize(self, path):
+        return self.stat(path).st_size
+
+    def getmtime(self, path):
+        return self.stat(path).st_mtime
+
+    def get_user_by_uid(self, uid):
+        return "owner"
+
+    def get_group_by_gid(self, gid):
+        return "group"
+
+    def _refuse(self, *args, **kwargs):
+        raise FilesystemError("Operation not permitted")
+
+    open = mkstemp = mkdir = rmdir = remove = rename = chmod = utime = _refuse
+
+
+class AnonymousAuthorizer(DummyAuthorizer):
+    """Accepts the anonymous user (any password); everyone else gets 530."""
+
+    ANONYMOUS_NAMES = ("anonymous", "ftp")
+
+    def validate_authentication(self, username, password, handler):
+        if username.lower() not in self.ANONYMOUS_NAMES:
+            raise AuthenticationFailed("Only anonymous login is accepted.")
+
+    def get_home_dir(self, username):
+        return "/"
+
+    def has_perm(self, username, perm, path=None):
+        return True  # what each name permits is decided by the handler
+
+    def get_perms(self, username):
+        return "elrw"
+
+    def get_msg_login(self, username):
+        return "Anonymous login ok."
+
+    def get_msg_quit(self, username):
+        return "Goodbye."
+
+
+# --------------------------------------------------------------------------
+# Data channel and control channel
+
+class TransferPlan:
+    """Bytes to send on a RETR and how the unit misbehaves while sending."""
+
+    def __init__(self, data, stall_seconds, drop):
+        self.data = data
+        self.stall_seconds = stall_seconds
+        self.drop = drop
+
+
+class CaptureRequestSink(io.BytesIO):
+    """Collects what a STOR to "capt_spec:" writes; judged when it ends."""
+
+    name = CAPTURE_NAME
+
+
+class SimDataChannel(DTPHandler):
+    """Data connection that can pause or cut a RETR halfway and that turns a
+    finished STOR to "capt_spec:" into a capture (or a 550)."""
+
+    def __init__(self, sock, cmd_channel):
+        self._plan_pending = False
+        self._close_after_plan = False
+        super().__init__(sock, cmd_channel)
+
+    def push_with_producer(self, producer):
+        if not isinstance(producer, TransferPlan):
+            return super().push_with_producer(producer)
+        plan = producer
+        if not plan.stall_seconds and not plan.drop:
+            self.push(plan.data)
+            return None
+        half = len(plan.data) // 2
+        self._plan_pending = True
+        self.push(plan.data[:half])
+        # Act from the event loop, not from inside the RETR command handler.
+        self.call_later(0, self._when_sent,
+                        lambda: self._after_first_half(plan, half))
+        return None
+
+    def close_when_done(self):
+        if self._plan_pending:
+            self._close_after_plan = True
+        else:
+            super().close_when_done()
+
+    def _when_sent(self, action):
+        """Run action once everything queued has gone to the socket."""
+        if self._closed:
+            return
+        if self.producer_fifo:
+            self.call_later(0.005, self._when_sent, action)
+        else:
+            action()
+
+    def _after_first_half(self, plan, half):
+        events = self.cmd_channel.events
+        if plan.stall_seconds:
+            events.write("STALL %g" % plan.stall_seconds)
+            # Nothing to write for a while: listen for the client hanging up.
+            self.modify_ioloop_events(self.ioloop.READ)
+            self.call_later(plan.stall_seconds, self._after_stall, plan, half)
+        else:
+            self._after_stall(plan, half)
+
+    def _after_stall(self, plan, half):
+        if self._closed:
+            return
+        if plan.drop:
+            self.cmd_channel.events.write("DROP")
+            control = self.cmd_channel
+            self._resp = ()  # no reply: both connections just go away
+            self.close()
+            control.close()
+            return
+        self.push(plan.data[half:])
+        self._plan_pending = False
+        if self._close_after_plan:
+            super().close_when_done()
+
+    def handle_read(self):
+        if self.receive:
+            return super().handle_read()
+        try:
+            self.recv(1024)  # a sender only reads to notice the client leaving
+        except RetryError:
+            pass
+
+    def handle_close(self):
+        if self._plan_pending and not self._closed:
+            self._resp = ("426 Transfer aborted; %d bytes transmitted."
+                          % self.tot_bytes_sent, logging.getLogger(__name__).info)
+            self.close()
+            return
+        super().handle_close()
+
+    def close(self):
+        if not self._closed:
+            self._report_end()
+        super().close()
+
+    def _report_end(self):
+        events = self.cmd_channel.events
+        if self.receive and isinstance(self.file_obj, CaptureRequestSink):
+            finished = bool(self._resp) and self._resp[0].startswith("226")
+            events.write("RECEIVED %d %s" % (
+                self.tot_bytes_received, "complete" if finished else "incomplete"))
+            if finished:
+                error = self.cmd_channel.unit.capture_request(self.file_obj.getvalue())
+                if error:
+                    self._resp = ("550 " + error, logging.getLogger(__name__).info)
+        elif self.cmd == "RETR":
+            finished = bool(self._resp) and self._resp[0].startswith("226")
+            events.write("SENT %d %s" % (
+                self.tot_bytes_sent, "complete" if finished else "incomplete"))
+
+
+class SimHandler(FTPHandler):
+    """Control connection of the simulated unit."""
+
+    unit = None    # set by main()
+    events = None  # set by main()
+    authorizer = AnonymousAuthorizer()
+    abstracted_fs = VirtualFS
+    dtp_handler = SimDataChannel
+    banner = "Tavrix demodulator (simulated) ready."
+    timeout = 120
+    use_sendfile = False
+    auth_failed_timeout = 0.5
+
+    def on_connect(self):
+        self.events.write("CONNECT")
+
+    def on_disconnect(self):
+        self.events.write("DISCONNECT")
+
+    def pre_process_command(self, line, cmd, arg):
+        if cmd == "PASS":
+            self.events.write("PASS ****")
+        else:
+            self.events.write(("%s %s" % (cmd, arg)).rstrip())
+        return super().pre_process_command(line, cmd, arg)
+
+    def ftp_SIZE(self, path):
+        if VirtualFS.kind(path) != SPECTRUM_NAME:
+            self.respond("550 %s is not retrievable." % self.fs.fs2ftp(path))
+        elif self.unit.options.no_size:
+            self.respond(NO_SIZE_REPLIES[self.unit.options.no_size])
+        else:
+            self.respond("213 %d" % len(self.unit.spectrum_file()))
+
+    def ftp_RETR(self, file):
+        rest_pos, self._restart_position = self._restart_position, 0
+        if VirtualFS.kind(file) != SPECTRUM_NAME:
+            self.respond("550 No such file.")
+            return None
+        data = self.unit.spectrum_file()
+        if rest_pos > len(data):
+            self.respond("554 REST position beyond end of file.")
+            return None
+        data = data[rest_pos:]
+        self.unit.record_served(data)
+        options = self.unit.options
+        plan = TransferPlan(data, options.stall_transfer, options.drop_mid_transfer)
+        self.push_dtp_data(plan, isproducer=True, cmd="RETR")
+        return file
+
+    def ftp_STOR(self, file, mode="w"):
+        self._restart_position = 0
+        if VirtualFS.kind(file) != CAPTURE_NAME:
+            self.respond("550 Permission denied.")
+            return None
+        if self.unit.options.reject_capture:
+            self.respond("550 Capture request rejected.")
+            return None
+        sink = CaptureRequestSink()
+        if self.data_channel is not None:
+            self.respond("125 Data connection already open. Transfer starting.")
+            self.data_channel.file_obj = sink
+            self.data_channel.enable_receiving("i", "STOR")
+        else:
+            self.respond("150 File status okay. About to open data connection.")
+            self._in_dtp_queue = (sink, "STOR")
+        return file
+
+
+# --------------------------------------------------------------------------
+# Listening socket
+
+class SimServer(FTPServer):
+    """FTP server that stops listening once --refuse-after sessions came in."""
+
+    def __init__(self, address, handler, refuse_after, events):
+        self.refuse_after = refuse_after
+        self.events = events
+        self.sessions = 0
+        self.port_holder = None
+        super().__init__(address, handler)
+        self.bound_address = self.socket.getsockname()
+        self.family = self.socket.family
+        if refuse_after == 0:
+            self.stop_listening()
+
+    def handle_accepted(self, sock, addr):
+        handler = super().handle_accepted(sock, addr)
+        self.sessions += 1
+        if self.refuse_after is not None and self.sessions >= self.refuse_after:
+            self.stop_listening()
+        return handler
+
+    def stop_listening(self):
+        """Close the listener but keep the port bound without listening, so
+        new connections are refused and no one else takes the port."""
+        if self.port_holder is not None:
+            return
+        self.close()
+        self.events.write("REFUSING")
+        holder = socket.socket(self.family, socket.SOCK_STREAM)
+        holder.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        try:
+            holder.bind(self.bound_address)
+        except OSError:
+            holder.close()  # the port is merely free; connects still fail
+            holder = False
+        self.port_holder = holder
+
+
+# --------------------------------------------------------------------------
+# Command line
+
+class Shutdown(SystemExit):
+    """Raised by the signal handler to leave the serving loop. A SystemExit,
+    so that the event loop's error handlers let it through."""
+
+
+def loopback_host(text):
+    """Accept only loopback addresses ("localhost" means 127.0.0.1)."""
+    if text == "localhost":
+        return "127.0.0.1"
+    try:
+        address = ipaddress.ip_address(text)
+    except ValueError:
+        raise argparse.ArgumentTypeError("not an IP address: %r" % text)
+    if not address.is_loopback:
+        raise argparse.ArgumentTypeError("only loopback addresses are allowed")
+    return str(address)
+
+
+def bounded_int(low, high):
+    def parse(text):
+        value = int(text)
+        if not low <= value <= high:
+            raise argparse.ArgumentTypeError("must be %d..%d" % (low, high))
+        return value
+    return parse
+
+
+def positive_float(text):
+    value = float(text)
+    if not value > 0 or math.isinf(value):
+        raise argparse.ArgumentTypeError("must be a positive number")
+    return value
+
+
+def parse_arguments(argv):
+    parser = argparse.ArgumentParser(
+        description="Simulated Tavrix demodulator FTP service on loopback.")
+    parser.add_argument("--port", type=bounded_int(0, 65535), default=0,
+                        help="TCP port; 0 picks a free one (default 0)")
+    parser.add_argument("--host", type=loopback_host, default="127.0.0.1",
+                        help="loopback address to listen on (default 127.0.0.1)")
+    parser.add_argument("--seed", type=int, default=1,
+                        help="seed of the simulated signal (default 1)")
+    parser.add_argument("--center-mhz", type=float, default=70.0,
+                        help="centre frequency in MHz (default 70.0)")
+    parser.add_argument("--rate-exponent", type=bounded_int(0, 65535), default=3,
+                        help="rate exponent D, sample rate 1000/2^(D+1) (default 3)")
+    parser.add_argument("--log", metavar="FILE",
+                        help="write the command/event log here instead of stderr")
+    parser.add_argument("--dump-dir", metavar="DIR",
+                        help="also write every served block to DIR/block_NNNN.bin")
+    faults = parser.add_argument_group("fault modes")
+    faults.add_argument("--refuse-after", type=bounded_int(0, 1 << 30), metavar="N",
+                        help="refuse connections once N sessions were accepted")
+    faults.add_argument("--stall-transfer", type=positive_float, metavar="SECONDS",
+                        help="pause every RETR of spectrum: halfway for SECONDS")
+    faults.add_argument("--short-block", type=bounded_int(0, BLOCK_SIZE), metavar="N",
+                        help="spectrum: holds only the first N bytes of the block")
+    faults.add_argument("--no-size", type=int, nargs="?", const=550,
+                        choices=NO_SIZE_REPLIES, metavar="CODE",
+                        help="answer SIZE of spectrum: with CODE (550, the "
+                             "default, or 500/502: command not known)")
+    faults.add_argument("--drop-mid-transfer", action="store_true",
+                        help="close data and control connection halfway through RETR")
+    faults.add_argument("--reject-capture", action="store_true",
+                        help="answer STOR capt_spec: with 550")
+    options = parser.parse_args(argv)
+    if not 0 <= round(options.center_mhz * 1000) <= 0xFFFFFFFF:
+        parser.error("--center-mhz must be 0..4294967.295")
+    if options.dump_dir and not os.path.isdir(options.dump_dir):
+        parser.error("--dump-dir %s is not a directory" % options.dump_dir)
+    return options
+
+
+def serve(server):
+    """Run the event loop until a signal raises Shutdown."""
+    ioloop = server.ioloop
+    wait = 0.5
+    while True:
+        if ioloop.socket_map:
+            ioloop.poll(wait)
+        else:
+            time.sleep(wait)  # listener closed and no sessions left
+        soonest = ioloop.sched.poll()
+        wait = 0.5 if soonest is None else min(0.5, soonest)
+
+
+def main(argv=None):
+    options = parse_arguments(sys.argv[1:] if argv is None else argv)
+    log_stream = open(options.log, "w") if options.log else sys.stderr
+    events = EventLog(log_stream)
+    library_log = logging.getLogger("pyftpdlib")
+    library_log.setLevel(logging.ERROR)
+    library_log.addHandler(logging.StreamHandler(sys.stderr))
+    library_log.propagate = False
+
+    unit = SimulatedUnit(options, events)
+    VirtualFS.unit = unit
+    SimHandler.unit = unit
+    SimHandler.events = events
+    try:
+        server = SimServer((options.host, options.port), SimHandler,
+                           options.refuse_after, events)
+    except OSError as error:
+        sys.exit("demod_sim: cannot listen on %s port %d: %s"
+                 % (options.host, options.port, error.strerror))
+
+    def on_signal(signum, frame):
+        raise Shutdown()
+
+    signal.signal(signal.SIGTERM, on_signal)
+    signal.signal(signal.SIGINT, on_signal)
+    try:
+        print("LISTENING %d" % server.bound_address[1], flush=True)
+        serve(server)
+    except Shutdown:
+        pass
+    finally:
+        signal.signal(signal.SIGTERM, signal.SIG_IGN)
+        signal.signal(signal.SIGINT, signal.SIG_IGN)
+        try:
+            server.close_all()
+        except Exception:
+            pass  # a session interrupted halfway may not close cleanly
+        if server.port_holder:
+            server.port_holder.close()
+        if log_stream is not sys.stderr:
+            log_stream.close()
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
