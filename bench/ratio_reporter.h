@@ -14,10 +14,10 @@ class RecordingReporter : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs)
       if (run.run_type == Run::RT_Iteration && run.iterations > 0)
-        seconds[run.benchmark_name()] = run.GetAdjustedRealTime();  // in the run's time unit
+        seconds[run.benchmark_name()] = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
     ConsoleReporter::ReportRuns(runs);
   }
-  std::map<std::string, double> seconds;
+  std::map<std::string, double> seconds;  // mean real time per iteration
 };
 
 struct Ratio {
@@ -38,8 +38,8 @@ inline int RunAndPrintRatios(int argc, char** argv, std::initializer_list<Ratio>
     if (m == reporter.seconds.end() || b == reporter.seconds.end() || b->second <= 0) continue;
     const double ratio = m->second / b->second;
     char line[256];
-    std::snprintf(line, sizeof line, "ratio %s: %.2fx (target at most %.1fx) %s", r.label, ratio, r.target,
-                  ratio <= r.target ? "met" : "MISSED");
+    std::snprintf(line, sizeof line, "ratio %s: %.2fx (%.3f ms / %.3f ms; target at most %.1fx) %s", r.label, ratio,
+                  m->second * 1e3, b->second * 1e3, r.target, ratio <= r.target ? "met" : "MISSED");
     std::puts(line);
     missed += ratio > r.target;
   }

@@ -2,6 +2,7 @@
 // Shared pieces of the test programs: running several Qt Test classes from one main,
 // and reading the acceptance data under tests/data.
 #include <QByteArray>
+#include <QCoreApplication>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -36,9 +37,14 @@ inline QStringList FixtureBlockNames() {
           "stale_start_both", "stale_start_i_only", "tone_bin0005", "tone_bin1023"};
 }
 
+// Runs each test class in turn; TAVRIX_TEST_CLASS=Name runs that class alone, so that
+// its functions can be named on the command line.
 inline int RunTestObjects(int argc, char** argv, std::initializer_list<QObject*> objects) {
+  QCoreApplication app(argc, argv);  // event loops, timers and queued calls need one
+  const QByteArray only = qgetenv("TAVRIX_TEST_CLASS");
   int failures = 0;
-  for (QObject* object : objects) failures += QTest::qExec(object, argc, argv);
+  for (QObject* object : objects)
+    if (only.isEmpty() || only == object->metaObject()->className()) failures += QTest::qExec(object, argc, argv);
   return failures;
 }
 

@@ -1,8 +1,10 @@
 #include "app/command_line.h"
 
+#include <algorithm>
 #include <ostream>
 
 #include "app/export_command.h"
+#include "app/snapshot_command.h"
 
 namespace tavrix {
 
@@ -10,6 +12,8 @@ std::string UsageText() {
   return "Usage:\n"
          "  tavrix-spectrum export --set SET [--window on|off] [--peak-hold] [--video-average]\n"
          "                         --out FILE BLOCK...\n"
+         "  tavrix-spectrum snapshot --modem ADDR[:PORT] [--save-block FILE] [--set SET --out FILE]\n"
+         "                         [--window on|off]\n"
          "  tavrix-spectrum --help\n"
          "\n"
          "export  Processes each capture block file in order, as successive captures are\n"
@@ -19,7 +23,13 @@ std::string UsageText() {
          "  --peak-hold        peak hold trace on from the first block\n"
          "  --video-average    video average trace on from the first block\n"
          "  --out FILE         the data set file to write (replaced when it exists)\n"
-         "  BLOCK...           capture block files; an empty file is skipped\n";
+         "  BLOCK...           capture block files; an empty file is skipped\n"
+         "\n"
+         "snapshot  Asks a live unit for one capture and reads it, as one poll of the\n"
+         "        viewer does, then saves the block exactly as read and/or writes a data\n"
+         "        set as export does. Every network wait is bounded (a few seconds).\n"
+         "  --modem ADDR[:PORT] the unit's address; port 21 unless given\n"
+         "  --save-block FILE  the capture block, byte for byte\n";
 }
 
 int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
@@ -32,14 +42,22 @@ int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std:
     out << UsageText();
     return 0;
   }
-  if (command == "export") {
-    const std::vector<std::string> rest(args.begin() + 1, args.end());
-    for (const std::string& word : rest) {
-      if (word == "--help" || word == "-h") {
-        out << UsageText();
-        return 0;
-      }
+  const std::vector<std::string> rest(args.begin() + 1, args.end());
+  const bool wantsHelp = std::any_of(rest.begin(), rest.end(), [](const std::string& w) { return w == "--help" || w == "-h"; });
+  if ((command == "export" || command == "snapshot") && wantsHelp) {
+    out << UsageText();
+    return 0;
+  }
+  if (command == "snapshot") {
+    SnapshotOptions options;
+    const std::string problem = ParseSnapshotOptions(rest, options);
+    if (!problem.empty()) {
+      err << "tavrix-spectrum: snapshot: " << problem << " (see --help)\n";
+      return 2;
     }
+    return RunSnapshot(options, out, err);
+  }
+  if (command == "export") {
     ExportOptions options;
     const std::string problem = ParseExportOptions(rest, options);
     if (!problem.empty()) {

@@ -4,67 +4,53 @@
 #include <ostream>
 
 #include "common/file_io.h"
+#include "app/option_reader.h"
 
 namespace tavrix {
 
 namespace {
-
 constexpr const char* kSetNames = "raw, transformed, scaled, peakhold or videoaverage";
+}  // namespace
 
-// Splits "--name=value" into name and value; a plain "--name" has no inline value.
-bool SplitInline(const std::string& word, std::string& name, std::string& value) {
-  const size_t eq = word.find('=');
-  if (word.rfind("--", 0) != 0 || eq == std::string::npos) {
-    name = word;
-    return false;
-  }
-  name = word.substr(0, eq);
-  value = word.substr(eq + 1);
-  return true;
+std::string ParseSetOption(OptionReader& reader, DataSet& set) {
+  std::string setName;
+  if (auto e = reader.TakeValue(setName); !e.empty()) return e;
+  const auto named = DataSetNamed(setName);
+  if (!named) return "--set must be " + std::string(kSetNames) + ", not \"" + setName + "\"";
+  set = *named;
+  return {};
 }
 
-}  // namespace
+std::string ParseWindowOption(OptionReader& reader, bool& windowSpectrum) {
+  std::string onOff;
+  if (auto e = reader.TakeValue(onOff); !e.empty()) return e;
+  if (onOff != "on" && onOff != "off") return "--window must be on or off, not \"" + onOff + "\"";
+  windowSpectrum = onOff == "on";
+  return {};
+}
 
 std::string ParseExportOptions(const std::vector<std::string>& args, ExportOptions& options) {
   bool haveSet = false;
-  bool optionsEnded = false;
-  for (size_t i = 0; i < args.size(); ++i) {
-    std::string name, value;
-    const bool hasInline = !optionsEnded && SplitInline(args[i], name, value);
-    auto takeValue = [&](std::string& into) -> std::string {
-      if (hasInline) {
-        into = value;
-        return {};
-      }
-      if (i + 1 >= args.size()) return name + " needs a value";
-      into = args[++i];
-      return {};
-    };
-
-    if (optionsEnded || name.empty() || name[0] != '-' || name == "-") {
-      options.BlockFiles.push_back(args[i]);
-    } else if (name == "--") {
-      optionsEnded = true;
+  OptionReader reader(args);
+  while (reader.Next()) {
+    const std::string& name = reader.Name();
+    std::string problem;
+    if (!reader.IsOption()) {
+      options.BlockFiles.push_back(reader.Word());
     } else if (name == "--set") {
-      std::string setName;
-      if (auto e = takeValue(setName); !e.empty()) return e;
-      const auto set = DataSetNamed(setName);
-      if (!set) return "--set must be " + std::string(kSetNames) + ", not \"" + setName + "\"";
-      options.Set = *set;
+      problem = ParseSetOption(reader, options.Set);
       haveSet = true;
     } else if (name == "--window") {
-      std::string onOff;
-      if (auto e = takeValue(onOff); !e.empty()) return e;
-      if (onOff != "on" && onOff != "off") return "--window must be on or off, not \"" + onOff + "\"";
-      options.WindowSpectrum = onOff == "on";
+      problem = ParseWindowOption(reader, options.WindowSpectrum);
     } else if (name == "--out") {
-      if (auto e = takeValue(options.OutFile); !e.empty()) return e;
-      if (options.OutFile.empty()) return "--out needs a file name";
-    } else if ((name == "--peak-hold" || name == "--video-average") && !hasInline) {
+      problem = reader.TakeValue(options.OutFile);
+      if (problem.empty() && options.OutFile.empty()) problem = "--out needs a file name";
+    } else if ((name == "--peak-hold" || name == "--video-average") && !reader.HasInlineValue()) {
       (name == "--peak-hold" ? options.PeakHold : options.VideoAverage) = true;
     } else {
-      return "unknown option " + args[i];
+      problem = "unknown option " + reader.Word();
     }
+    if (!problem.empty()) return problem;
   }
   if (!haveSet) return "--set is required (" + std::string(kSetNames) + ")";
   if (options.OutFile.empty()) return "--out FILE is required";

@@ -19,6 +19,11 @@ struct ExportOptions {
   std::vector<std::string> BlockFiles;
 };
 
+class OptionReader;
+// The values of --set and --window; an empty text, or what is wrong.
+std::string ParseSetOption(OptionReader& reader, DataSet& set);
+std::string ParseWindowOption(OptionReader& reader, bool& windowSpectrum);
+
 // Reads the export options from the words after "export". Returns an empty text, or
 // one line saying what is wrong.
 std::string ParseExportOptions(const std::vector<std::string>& args, ExportOptions& options);

@@ -2,6 +2,7 @@
 // or a broken link can produce (short, empty, long, stale start, clamped exponent).
 #include <QtTest>
 
+#include <memory>
 #include <string>
 
 #include "link/capture_block.h"
@@ -200,9 +201,6 @@ class CaptureBlockTest : public QObject {
   }
 };
 
-int main(int argc, char** argv) {
-  CaptureBlockTest capture;
-  return RunTestObjects(argc, argv, {&capture});
-}
+std::unique_ptr<QObject> NewCaptureBlockTest() { return std::make_unique<CaptureBlockTest>(); }
 
 #include "test_capture_block.moc"

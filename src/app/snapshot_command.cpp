@@ -1,0 +1,106 @@
+#include "app/snapshot_command.h"
+
+#include <chrono>
+#include <filesystem>
+#include <ostream>
+#include <thread>
+
+#include "app/export_command.h"
+#include "app/option_reader.h"
+#include "common/file_io.h"
+#include "link/link_side.h"
+#include "link/server_address.h"
+
+namespace tavrix {
+
+namespace {
+
+// The client's own notices, as lines on stderr.
+class StderrNotices : public Notices {
+ public:
+  explicit StderrNotices(std::ostream& err) : err_(err) {}
+  void ShowStatus(const std::string& text, bool) override {
+    if (!text.empty()) err_ << "tavrix-spectrum: " << text << "\n";
+  }
+  MessageAnswer Ask(const std::string& text, const std::string&, MessageButtons, MessageIcon) override {
+    err_ << "tavrix-spectrum: " << text << "\n";
+    return MessageAnswer::Ok;
+  }
+
+ private:
+  std::ostream& err_;
+};
+
+std::string Because(const std::string& reason) { return reason.empty() ? std::string() : " (" + reason + ")"; }
+
+}  // namespace
+
+std::string ParseSnapshotOptions(const std::vector<std::string>& args, SnapshotOptions& options) {
+  OptionReader reader(args);
+  while (reader.Next()) {
+    const std::string& name = reader.Name();
+    std::string problem;
+    if (!reader.IsOption()) {
+      problem = "unexpected word " + reader.Word();
+    } else if (name == "--modem") {
+      problem = reader.TakeValue(options.Modem);
+      if (problem.empty() && !ParseServerAddress(options.Modem))
+        problem = "--modem must be an address with an optional :PORT (1-65535), not \"" + options.Modem + "\"";
+    } else if (name == "--save-block") {
+      problem = reader.TakeValue(options.SaveBlock);
+      if (problem.empty() && options.SaveBlock.empty()) problem = "--save-block needs a file name";
+    } else if (name == "--set") {
+      problem = ParseSetOption(reader, options.Set);
+      options.HaveSet = true;
+    } else if (name == "--window") {
+      problem = ParseWindowOption(reader, options.WindowSpectrum);
+    } else if (name == "--out") {
+      problem = reader.TakeValue(options.OutFile);
+      if (problem.empty() && options.OutFile.empty()) problem = "--out needs a file name";
+    } else {
+      problem = "unknown option " + reader.Word();
+    }
+    if (!problem.empty()) return problem;
+  }
+  if (options.Modem.empty()) return "--modem ADDR[:PORT] is required";
+  if (options.HaveSet != !options.OutFile.empty()) return "--set and --out go together";
+  if (!options.HaveSet && options.SaveBlock.empty()) return "nothing to do: give --save-block FILE and/or --set SET --out FILE";
+  return {};
+}
+
+int RunSnapshot(const SnapshotOptions& options, std::ostream& out, std::ostream& err) {
+  StderrNotices notices(err);
+  LinkSide link(&notices, options.Limits);
+  const std::string& unit = options.Modem;
+  auto fail = [&](const std::string& what) {
+    err << "tavrix-spectrum: " << what << "\n";
+    link.Release();
+    return 1;
+  };
+
+  if (!link.EnsureClient()) return fail("no network session could be opened");
+  if (!link.Connect(unit)) return fail("could not connect to the Tavrix modem at " + unit + Because(link.LastError()));
+  if (!link.Request()) return fail("the Tavrix modem at " + unit + " did not take the capture request" + Because(link.LastError()));
+  std::this_thread::sleep_for(std::chrono::milliseconds(options.RequestWaitMs));
+  if (!link.Connect(unit)) return fail("could not reconnect to the Tavrix modem at " + unit + Because(link.LastError()));
+  const FetchOutcome fetched = link.Fetch();
+  link.Release();
+  if (!fetched.opened) return fail("the Tavrix modem at " + unit + " did not let the capture be read" + Because(link.LastError()));
+
+  if (!options.SaveBlock.empty()) {
+    const std::string error = WriteFileAtomically(options.SaveBlock, fetched.block);
+    if (!error.empty()) return fail("could not write the capture block file " + options.SaveBlock + ": " + error + ".");
+    out << "Saved the capture block (" << fetched.block.size() << " bytes) to "
+        << std::filesystem::absolute(options.SaveBlock).string() << "\n";
+  }
+  if (options.HaveSet) {
+    const SpectrumState state = ProcessBlocks({fetched.block}, options.WindowSpectrum, false, false);
+    const ExportResult result = WriteDataSet(options.Set, options.OutFile, state, nullptr);
+    if (result.outcome != ExportResult::Written) return fail(result.message);
+    out << "Wrote the " << InfoOf(options.Set).Name << " data set (" << InfoOf(options.Set).PointCount
+        << " points) to " << std::filesystem::absolute(options.OutFile).string() << "\n";
+  }
+  return 0;
+}
+
+}  // namespace tavrix

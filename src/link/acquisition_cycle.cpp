@@ -1,0 +1,349 @@
+#include "link/acquisition_cycle.h"
+
+#include <QMetaObject>
+
+namespace tavrix {
+
+namespace {
+
+const std::string kNoNetworkText = "A network connection could not be established!";
+
+std::string CannotConnectText(const ModemInfo& m) {
+  return "A connection to the Tavrix modem [" + m.Name + "] at IP address " + m.Address +
+         " could not be established!";
+}
+
+// Two blanks before "Do", as the question has always read.
+std::string LostText(const ModemInfo& m) {
+  return "The connection to the Tavrix modem [" + m.Name + "] at IP address " + m.Address +
+         " has been lost!" + "  Do you wish to re-establish communications?";
+}
+
+}  // namespace
+
+// The client's own messages arise on the link thread; they are shown on the UI thread
+// without making the link thread wait (they are all plain notices with an OK button).
+class AcquisitionCycle::ForwardingNotices : public Notices {
+ public:
+  ForwardingNotices(AcquisitionCycle* cycle, Notices& target) : cycle_(cycle), target_(target) {}
+  void ShowStatus(const std::string& text, bool beep) override {
+    QMetaObject::invokeMethod(cycle_, [this, text, beep] { target_.ShowStatus(text, beep); }, Qt::QueuedConnection);
+  }
+  MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
+                    MessageIcon icon) override {
+    QMetaObject::invokeMethod(
+        cycle_, [this, text, title, buttons, icon] { target_.Ask(text, title, buttons, icon); }, Qt::QueuedConnection);
+    return MessageAnswer::Ok;
+  }
+
+ private:
+  AcquisitionCycle* cycle_;
+  Notices& target_;
+};
+
+AcquisitionCycle::AcquisitionCycle(Notices& notices, ModemLookup currentModem, BlockSink processBlock,
+                                   CycleTiming timing, FtpLimits limits, QObject* parent)
+    : QObject(parent),
+      notices_(notices),
+      currentModem_(std::move(currentModem)),
+      processBlock_(std::move(processBlock)),
+      timing_(timing),
+      linkNotices_(std::make_unique<ForwardingNotices>(this, notices)) {
+  timerPoll_.setInterval(timing_.pollMs);
+  timerConnection_.setInterval(timing_.connectionMs);
+  timerConnection_.setSingleShot(true);
+  timerStatus_.setInterval(timing_.statusMs);
+  timerStatus_.setSingleShot(true);
+  connect(&timerPoll_, &QTimer::timeout, this, &AcquisitionCycle::timerPoll_Timer);
+  connect(&timerConnection_, &QTimer::timeout, this, &AcquisitionCycle::timerConnection_Timer);
+  connect(&timerStatus_, &QTimer::timeout, this, &AcquisitionCycle::timerStatus_Timer);
+  limits.abort = &abortConnect_;
+  linkSide_ = std::make_unique<LinkSide>(linkNotices_.get(), limits);
+  linkThread_ = std::make_unique<LinkThread>();
+}
+
+AcquisitionCycle::~AcquisitionCycle() {
+  // Leaving the window releases the client; an attempt in progress is cut short.
+  abortConnect_ = true;
+  LinkSide* side = linkSide_.get();
+  linkThread_->Post([side] { side->Release(); });
+  linkThread_.reset();
+}
+
+template <typename Result>
+void AcquisitionCycle::OnLink(std::function<Result(LinkSide&)> work, std::function<void(Result)> done) {
+  LinkSide* side = linkSide_.get();
+  linkThread_->Post([this, side, work = std::move(work), done = std::move(done)] {
+    Result result = work(*side);
+    QMetaObject::invokeMethod(this, [done, result] { done(result); }, Qt::QueuedConnection);
+  });
+}
+
+void AcquisitionCycle::ReleaseClient() {
+  LinkSide* side = linkSide_.get();
+  linkThread_->Post([side] { side->Release(); });
+}
+
+void AcquisitionCycle::SetNotPolling() {
+  display_.StopGoPressed = false;
+  display_.StopGoCaption = kStartCaption;
+}
+
+void AcquisitionCycle::Start() { timerConnection_.start(); }
+
+// ---- connect ---------------------------------------------------------------------
+
+void AcquisitionCycle::Connect(bool showStatus, bool noPolling, uint64_t tick, Then then) {
+  connecting_ = true;
+  display_.BusyPointer = true;
+  Changed();
+  OnLink<bool>([](LinkSide& link) { return link.EnsureClient(); }, [=, this](bool internet) {
+    if (!internet) {
+      display_.StatusPicture = kImageRed;
+      notices_.Ask(kNoNetworkText, "Cannot Connect", MessageButtons::Ok, MessageIcon::Critical);
+      ShowStatus("");
+      ReleaseClient();
+      SetNotPolling();
+      FinishConnect(false, false, {}, showStatus, noPolling, tick, then);
+      return;
+    }
+    if (showStatus) ShowStatus("Successful network access...");
+    const std::optional<ModemInfo> modem = currentModem_();
+    if (!modem) {
+      // No unit is selected: nothing to connect to, and nothing to report.
+      display_.StatusPicture = kImageRed;
+      ReleaseClient();
+      SetNotPolling();
+      FinishConnect(false, false, {}, showStatus, noPolling, tick, then);
+      return;
+    }
+    if (showStatus) ShowStatus("Attempting connection to " + modem->Name + " (<Ctrl>S to Abort)...");
+    abortConnect_ = false;
+    const std::string address = modem->Address;
+    OnLink<std::pair<bool, bool>>(
+        [address, this](LinkSide& link) {
+          const bool connected = link.Connect(address);
+          return std::make_pair(connected, !connected && abortConnect_.load());
+        },
+        [=, this](std::pair<bool, bool> result) {
+          FinishConnect(result.first, result.second, *modem, showStatus, noPolling, tick, then);
+        });
+  });
+}
+
+void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemInfo& modem, bool showStatus,
+                                     bool noPolling, uint64_t tick, Then then) {
+  const bool reachedUnit = !modem.Address.empty() || !modem.Name.empty();
+  if (connected) {
+    if (showStatus) ShowStatus("Successful connection established to " + modem.Name + "...");
+    display_.StatusPicture = kImageGreen;
+    connected_ = true;
+    // A poll that was stopped while this connection was under way leaves polling off.
+    if (!noPolling && !Stale(tick)) {
+      timerPoll_.start();
+      display_.StopGoPressed = false;
+      display_.StopGoImage = kImageGreen;
+      stopped_ = false;
+      display_.StopGoCaption = kStopCaption;
+    }
+  } else if (aborted) {
+    // The operator's Ctrl+S: no box, updates stay stopped.
+    abortConnect_ = false;
+    display_.StatusPicture = kImageRed;
+    ReleaseClient();
+    timerPoll_.stop();
+    stopped_ = true;
+    display_.StopGoPressed = true;
+    display_.StopGoImage = kImageRed;
+    display_.StopGoCaption = kStartCaption;
+    display_.SingleStepEnabled = true;
+    ShowStatus("Tavrix communication has been halted!");
+  } else if (reachedUnit) {
+    display_.StatusPicture = kImageRed;
+    ShowStatus("");
+    if (!connected_)
+      notices_.Ask(CannotConnectText(modem), "Cannot Connect To Server", MessageButtons::Ok, MessageIcon::Critical);
+    ReleaseClient();
+    SetNotPolling();
+  }
+  display_.BusyPointer = false;
+  connecting_ = false;
+  Changed();
+  emit connectFinished(connected);
+  if (then) then();
+}
+
+void AcquisitionCycle::AbortConnection() {
+  if (connecting_) abortConnect_ = true;
+}
+
+// ---- request and fetch -------------------------------------------------------------
+
+void AcquisitionCycle::RequestStep(std::function<void(bool)> then) {
+  if (state_.RequestBusy || hold_) {
+    then(false);
+    return;
+  }
+  state_.RequestBusy = true;
+  OnLink<bool>([](LinkSide& link) { return link.Request(); }, [this, then](bool written) {
+    state_.RequestBusy = false;
+    then(written);
+  });
+}
+
+void AcquisitionCycle::FetchStep(std::function<void(bool)> then) {
+  if (state_.FetchBusy || hold_) {
+    then(false);
+    return;
+  }
+  state_.FetchBusy = true;
+  OnLink<FetchOutcome>([](LinkSide& link) { return link.Fetch(); }, [this, then](FetchOutcome outcome) {
+    if (!outcome.opened) {
+      FetchNotOpened(then);
+      return;
+    }
+    state_.LastReadRequest = outcome.requestedSize;
+    // An empty read is no capture: nothing is parsed, but the fetch still counts.
+    if (!outcome.block.empty()) {
+      state_.RawBlock = std::move(outcome.block);
+      state_.LeadWord = processBlock_(state_.RawBlock);
+      emit blockProcessed();
+    }
+    ReleaseClient();
+    state_.FetchBusy = false;
+    then(true);
+  });
+}
+
+void AcquisitionCycle::FetchNotOpened(std::function<void(bool)> then) {
+  display_.StatusPicture = kImageYellow;
+  Changed();
+  auto afterBranches = [this, then] {
+    OnLink<bool>([](LinkSide& link) { return link.IsConnected(); }, [this, then](bool isConnected) {
+      if (isConnected) state_.LostShown = false;
+      state_.FetchBusy = false;
+      then(false);
+    });
+  };
+  if (state_.LostShown) {
+    // Asked once already: reconnect without asking again.
+    Connect(true, false, 0, afterBranches);
+    return;
+  }
+  state_.LostShown = true;
+  const std::optional<ModemInfo> modem = currentModem_();
+  const MessageAnswer answer = notices_.Ask(LostText(modem.value_or(ModemInfo{})), "Server Connection Lost",
+                                            MessageButtons::YesNo, MessageIcon::Critical);
+  if (answer != MessageAnswer::Yes) {
+    timerPoll_.stop();
+    display_.StatusPicture = kImageRed;
+    ShowStatus("Communications have been aborted!");
+    timerStatus_.start();
+    display_.StopGoPressed = true;
+    display_.StopGoImage = kImageRed;
+    stopped_ = true;
+    display_.StopGoCaption = kStartCaption;
+    connected_ = false;
+    Changed();
+  }
+  // Yes: the next connect call makes the new connection.
+  ReleaseClient();
+  afterBranches();
+}
+
+// ---- the poll tick -----------------------------------------------------------------
+
+void AcquisitionCycle::timerPoll_Timer() {
+  timerPoll_.stop();
+  if (TickInProgress()) return;  // the tick under way re-arms the timer when it ends
+  StartTick();
+}
+
+void AcquisitionCycle::StartTick() {
+  const uint64_t tick = ++tickGeneration_;
+  runningTick_ = tick;
+  RequestStep([this, tick](bool written) {
+    if (!written || Stale(tick)) {
+      EndTick(tick);
+      return;
+    }
+    QTimer::singleShot(timing_.requestWaitMs, this, [this, tick] {
+      if (Stale(tick)) {
+        EndTick(tick);
+        return;
+      }
+      // Three connections per acquisition: request, read, and one left for the next tick.
+      Connect(false, singleStep_, tick, [this, tick] {
+        if (Stale(tick)) {
+          EndTick(tick);
+          return;
+        }
+        FetchStep([this, tick](bool fetched) {
+          if (fetched && !Stale(tick))
+            Connect(false, singleStep_, tick, [this, tick] { EndTick(tick); });
+          else
+            EndTick(tick);
+        });
+      });
+    });
+  });
+}
+
+void AcquisitionCycle::EndTick(uint64_t tick) {
+  // A tick that was stopped while it ran leaves the newer state as it stands.
+  if (!Stale(tick)) {
+    if (!singleStep_ && !stopped_) timerPoll_.start();
+    singleStep_ = false;
+  }
+  if (runningTick_ == tick) runningTick_ = 0;
+  emit tickFinished();
+}
+
+// ---- timers and commands --------------------------------------------------------------
+
+void AcquisitionCycle::timerConnection_Timer() {
+  timerConnection_.stop();
+  display_.ConnectingProgress = true;
+  Connect(true, false, 0, [this] {
+    display_.ConnectingProgress = false;
+    Changed();
+  });
+}
+
+void AcquisitionCycle::timerStatus_Timer() {
+  timerStatus_.stop();
+  ShowStatus("");
+}
+
+void AcquisitionCycle::StopGo_Click() {
+  if (!currentModem_()) return;
+  if (!stopped_) {
+    stopped_ = true;
+    ++tickGeneration_;  // the tick under way takes no further step
+    timerPoll_.stop();
+    display_.StopGoPressed = true;
+    display_.StopGoImage = kImageRed;
+    display_.StatusPicture = kImageRed;
+    display_.StopGoCaption = kStartCaption;
+    ShowStatus("Tavrix communication has been halted!");
+    display_.SingleStepEnabled = true;
+    Changed();
+    return;
+  }
+  Connect(true, false, 0, [this] {
+    display_.StopGoCaption = kResumedStopCaption;
+    ShowStatus("Tavrix communication has been resumed!");
+    Changed();
+  });
+}
+
+void AcquisitionCycle::SingleStep_Click() {
+  if (!currentModem_() || TickInProgress() || connecting_) return;
+  singleStep_ = true;
+  Connect(true, true, 0, [this] {
+    timerPoll_.stop();
+    StartTick();
+  });
+}
+
+}  // namespace tavrix

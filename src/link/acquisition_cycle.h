@@ -1,0 +1,151 @@
+#pragma once
+#include <QObject>
+#include <QTimer>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "common/notices.h"
+#include "link/ftp_server.h"
+#include "link/link_side.h"
+#include "link/link_thread.h"
+
+namespace tavrix {
+
+// The unit the cycle talks to: its name in the directory and its address[:port].
+struct ModemInfo {
+  std::string Name;
+  std::string Address;
+};
+
+// Status bar and toolbar images named by their place in the toolbar's image list.
+enum StatusImage : int { kImageNone = 0, kImageGreen = 7, kImageYellow = 8, kImageRed = 9 };
+
+inline constexpr const char* kStartCaption = "&Start Data Set Updates";
+inline constexpr const char* kStopCaption = "&Stop Data Set Updates";
+// The resume command has always written its caption with a trailing S.
+inline constexpr const char* kResumedStopCaption = "&Stop Data Set UpdatesS";
+
+// What the window shows of the cycle; the cycle is its one owner.
+struct AcquisitionDisplay {
+  bool StopGoPressed = true;                 // toolbar button "StopGo"
+  int StopGoImage = kImageRed;
+  std::string StopGoCaption = kStartCaption;  // menu entry mnuCommStopGo
+  int StatusPicture = kImageNone;            // picture of the "Status" panel
+  bool SingleStepEnabled = true;             // button "SingleStep" and mnuCommSingleStep
+  bool BusyPointer = false;                  // hourglass while connecting
+  bool ConnectingProgress = false;           // progress bar shown during the first connection
+};
+
+// The acquisition state kept between polls.
+struct LinkState {
+  bool RequestBusy = false;
+  bool LostShown = false;
+  bool FetchBusy = false;
+  std::string RawBlock;   // the last block read, exactly as read
+  uint16_t LeadWord = 0;  // of the last parsed block
+  int32_t LastReadRequest = 0;
+};
+
+struct CycleTiming {
+  int pollMs = 3000;        // timerPoll
+  int connectionMs = 500;   // timerConnection, one shot
+  int statusMs = 5000;      // timerStatus, one shot
+  int requestWaitMs = 200;  // between the capture request and the read
+};
+
+// Connects to the selected unit and, on every poll, requests a capture, reads it and
+// hands it on. Network steps run on the link thread; their results come back here, on
+// the UI thread, in the same order of steps, with the same busy flags and texts as a
+// cycle that waited for each step. The UI thread never waits for the network.
+class AcquisitionCycle : public QObject {
+  Q_OBJECT
+
+ public:
+  using ModemLookup = std::function<std::optional<ModemInfo>()>;
+  // Parses the block and runs the spectrum update; returns the block's lead word.
+  using BlockSink = std::function<uint16_t(const std::string& block)>;
+
+  AcquisitionCycle(Notices& notices, ModemLookup currentModem, BlockSink processBlock, CycleTiming timing = {},
+                   FtpLimits limits = {}, QObject* parent = nullptr);
+  ~AcquisitionCycle() override;
+
+  // Start-up: arms timerConnection, whose single tick makes the first connection.
+  void Start();
+
+  // Commands of the "StopGo" and "SingleStep" buttons and their menu entries.
+  void StopGo_Click();
+  void SingleStep_Click();
+  // Ctrl+S: ends a connection attempt in progress; updates stay stopped.
+  void AbortConnection();
+  // While set, the request and fetch steps do nothing.
+  void SetHold(bool hold) { hold_ = hold; }
+  void SetStopped(bool stopped) { stopped_ = stopped; }
+
+  // Timer handlers, public so that a test can drive the cycle without waiting.
+  void timerPoll_Timer();
+  void timerConnection_Timer();
+  void timerStatus_Timer();
+
+  const AcquisitionDisplay& Display() const { return display_; }
+  const LinkState& State() const { return state_; }
+  bool Connected() const { return connected_; }
+  bool Stopped() const { return stopped_; }
+  bool PollEnabled() const { return timerPoll_.isActive(); }
+  bool StatusTimerEnabled() const { return timerStatus_.isActive(); }
+  bool TickInProgress() const { return runningTick_ != 0 && !Stale(runningTick_); }
+  bool Connecting() const { return connecting_; }
+
+ signals:
+  void displayChanged();
+  void connectFinished(bool connected);
+  void tickFinished();
+  void blockProcessed();
+
+ private:
+  using Then = std::function<void()>;
+  void Connect(bool showStatus, bool noPolling, uint64_t tick, Then then);
+  void FinishConnect(bool connected, bool aborted, const ModemInfo& modem, bool showStatus, bool noPolling,
+                     uint64_t tick, Then then);
+  void RequestStep(std::function<void(bool)> then);
+  void FetchStep(std::function<void(bool)> then);
+  void FetchNotOpened(std::function<void(bool)> then);
+  void StartTick();
+  void EndTick(uint64_t tick);
+  bool Stale(uint64_t tick) const { return tick != 0 && tick != tickGeneration_; }
+  void ShowStatus(const std::string& text) { notices_.ShowStatus(text, false); }
+  void SetNotPolling();  // "StopGo" not pressed and the start caption
+  void Changed() { emit displayChanged(); }
+
+  // Runs `work` on the link thread and `done` with its result back on this thread.
+  template <typename Result>
+  void OnLink(std::function<Result(LinkSide&)> work, std::function<void(Result)> done);
+  void ReleaseClient();
+
+  Notices& notices_;
+  ModemLookup currentModem_;
+  BlockSink processBlock_;
+  CycleTiming timing_;
+  QTimer timerPoll_, timerConnection_, timerStatus_;
+  AcquisitionDisplay display_;
+  LinkState state_;
+  bool connected_ = false;
+  bool stopped_ = true;
+  bool singleStep_ = false;
+  bool hold_ = false;
+  uint64_t runningTick_ = 0;     // generation of the tick under way, 0 when none
+  bool connecting_ = false;
+  uint64_t tickGeneration_ = 0;  // a stop or a new tick makes the running tick's steps stale
+
+  class ForwardingNotices;
+  std::unique_ptr<ForwardingNotices> linkNotices_;
+  std::atomic<bool> abortConnect_{false};
+  std::unique_ptr<LinkSide> linkSide_;      // used on the link thread only
+  std::unique_ptr<LinkThread> linkThread_;  // declared last: stopped first
+};
+
+}  // namespace tavrix
