@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <map>
+#include <set>
 #include <string>
 
 namespace tavrix::bench {
@@ -12,12 +13,19 @@ namespace tavrix::bench {
 class RecordingReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs)
-      if (run.run_type == Run::RT_Iteration && run.iterations > 0)
-        seconds[run.benchmark_name()] = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+    // With --benchmark_repetitions the median of the repetitions stands for the benchmark.
+    for (const Run& run : runs) {
+      const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+      const std::string& name = run.run_name.function_name;
+      if ((run.run_type == Run::RT_Iteration && run.iterations > 0 && !medians.count(name)) || median) {
+        seconds[name] = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+        if (median) medians.insert(name);
+      }
+    }
     ConsoleReporter::ReportRuns(runs);
   }
-  std::map<std::string, double> seconds;  // mean real time per iteration
+  std::map<std::string, double> seconds;  // real time per iteration
+  std::set<std::string> medians;
 };
 
 struct Ratio {

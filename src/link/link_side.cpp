@@ -53,6 +53,7 @@ FetchOutcome LinkSide::Fetch() {
     const int32_t before = static_cast<int32_t>(client_->ReadBuffer().size());
     const int32_t n = client_->ReadFromFile(requested);
     outcome.block = client_->ReadBuffer().substr(static_cast<size_t>(before), static_cast<size_t>(n));
+    outcome.cutShort = client_->LastErrorText();
   }
   return outcome;
 }

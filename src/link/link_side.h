@@ -13,6 +13,7 @@ struct FetchOutcome {
   bool opened = false;        // the unit let the file be read
   int32_t requestedSize = 0;  // what was asked of ReadFromFile: the reported size, or 8224
   std::string block;          // the bytes read, exactly as read
+  std::string cutShort;       // why the transfer ended early (stall, drop); empty when complete
 };
 
 // The network side of the acquisition cycle: the one current client and the steps

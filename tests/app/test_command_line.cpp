@@ -5,6 +5,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <memory>
 #include <sstream>
 
 #include "app/command_line.h"
@@ -134,9 +135,6 @@ class CommandLineTest : public QObject {
   }
 };
 
-int main(int argc, char** argv) {
-  CommandLineTest commandLine;
-  return RunTestObjects(argc, argv, {&commandLine});
-}
+std::unique_ptr<QObject> NewCommandLineTest() { return std::make_unique<CommandLineTest>(); }
 
 #include "test_command_line.moc"

@@ -1,0 +1,82 @@
+"""Command line of the simulated demodulator (see demod_sim.py)."""
+
+import argparse
+import ipaddress
+import math
+import os
+
+from simulated_capture import BLOCK_SIZE
+
+NO_SIZE_CODES = (550, 500, 502)  # the replies demod_sim.py can give to SIZE
+
+
+def loopback_host(text):
+    """Accept only loopback addresses ("localhost" means 127.0.0.1)."""
+    if text == "localhost":
+        return "127.0.0.1"
+    try:
+        address = ipaddress.ip_address(text)
+    except ValueError:
+        raise argparse.ArgumentTypeError("not an IP address: %r" % text)
+    if not address.is_loopback:
+        raise argparse.ArgumentTypeError("only loopback addresses are allowed")
+    return str(address)
+
+
+def bounded_int(low, high):
+    def parse(text):
+        value = int(text)
+        if not low <= value <= high:
+            raise argparse.ArgumentTypeError("must be %d..%d" % (low, high))
+        return value
+    return parse
+
+
+def positive_float(text):
+    value = float(text)
+    if not value > 0 or math.isinf(value):
+        raise argparse.ArgumentTypeError("must be a positive number")
+    return value
+
+
+def parse_arguments(argv):
+    parser = argparse.ArgumentParser(
+        description="Simulated Tavrix demodulator FTP service on loopback.")
+    parser.add_argument("--port", type=bounded_int(0, 65535), default=0,
+                        help="TCP port; 0 picks a free one (default 0)")
+    parser.add_argument("--host", type=loopback_host, default="127.0.0.1",
+                        help="loopback address to listen on (default 127.0.0.1)")
+    parser.add_argument("--seed", type=int, default=1,
+                        help="seed of the simulated signal (default 1)")
+    parser.add_argument("--center-mhz", type=float, default=70.0,
+                        help="centre frequency in MHz (default 70.0)")
+    parser.add_argument("--rate-exponent", type=bounded_int(0, 65535), default=3,
+                        help="rate exponent D, sample rate 1000/2^(D+1) (default 3)")
+    parser.add_argument("--log", metavar="FILE",
+                        help="write the command/event log here instead of stderr")
+    parser.add_argument("--dump-dir", metavar="DIR",
+                        help="also write every served block to DIR/block_NNNN.bin")
+    parser.add_argument("--capture-pool", type=bounded_int(0, 64), default=0, metavar="N",
+                        help="make N captures at start and repeat them in turn "
+                             "(capture requests then cost nothing; for benchmarks)")
+    faults = parser.add_argument_group("fault modes")
+    faults.add_argument("--refuse-after", type=bounded_int(0, 1 << 30), metavar="N",
+                        help="refuse connections once N sessions were accepted")
+    faults.add_argument("--stall-transfer", type=positive_float, metavar="SECONDS",
+                        help="pause every RETR of spectrum: halfway for SECONDS")
+    faults.add_argument("--short-block", type=bounded_int(0, BLOCK_SIZE), metavar="N",
+                        help="spectrum: holds only the first N bytes of the block")
+    faults.add_argument("--no-size", type=int, nargs="?", const=550,
+                        choices=NO_SIZE_CODES, metavar="CODE",
+                        help="answer SIZE of spectrum: with CODE (550, the "
+                             "default, or 500/502: command not known)")
+    faults.add_argument("--drop-mid-transfer", action="store_true",
+                        help="close data and control connection halfway through RETR")
+    faults.add_argument("--reject-capture", action="store_true",
+                        help="answer STOR capt_spec: with 550")
+    options = parser.parse_args(argv)
+    if not 0 <= round(options.center_mhz * 1000) <= 0xFFFFFFFF:
+        parser.error("--center-mhz must be 0..4294967.295")
+    if options.dump_dir and not os.path.isdir(options.dump_dir):
+        parser.error("--dump-dir %s is not a directory" % options.dump_dir)
+    return options
