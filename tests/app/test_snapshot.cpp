@@ -5,10 +5,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <sys/socket.h>
-#include <netinet/in.h>
-#include <unistd.h>
-
 #include <memory>
 #include <sstream>
 
@@ -16,6 +12,7 @@
 #include "app/export_command.h"
 #include "app/snapshot_command.h"
 #include "common/file_io.h"
+#include "link/loopback_peers.h"
 #include "link/simulator_process.h"
 #include "test_support.h"
 
@@ -107,19 +104,7 @@ class SnapshotTest : public QObject {
   }
 
   void nothingListeningIsOneLine() {
-    int port;
-    {
-      const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-      sockaddr_in addr{};
-      addr.sin_family = AF_INET;
-      addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-      ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
-      socklen_t len = sizeof addr;
-      ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
-      port = ntohs(addr.sin_port);
-      ::close(fd);  // the port is free again, and nothing listens on it
-    }
-    const Outcome r = Snapshot("127.0.0.1:" + std::to_string(port), Path("none.bin"));
+    const Outcome r = Snapshot("127.0.0.1:" + std::to_string(FreePort()), Path("none.bin"));
     QCOMPARE(r.status, 1);
     QCOMPARE(Lines(r.err), 1);
     QVERIFY(QString::fromStdString(r.err).contains("could not connect"));

@@ -7,9 +7,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -20,6 +17,7 @@
 
 #include "link/ftp_server.h"
 #include "link/ftp_text.h"
+#include "link/loopback_peers.h"
 #include "link/simulator_process.h"
 #include "test_support.h"
 
@@ -102,36 +100,6 @@ void WriteBytes(const QString& path, const QByteArray& bytes) {
   QVERIFY(file.open(QIODevice::WriteOnly));
   file.write(bytes);
 }
-
-// A loopback listener that never accepts: the kernel completes the connection, and then
-// nothing ever answers. Closed with the object.
-class MuteListener {
- public:
-  MuteListener() {
-    fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (fd_ < 0 || ::bind(fd_, reinterpret_cast<sockaddr*>(&address), length) != 0 || ::listen(fd_, 4) != 0 ||
-        ::getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-      return;
-    port_ = ntohs(address.sin_port);
-  }
-  ~MuteListener() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  MuteListener(const MuteListener&) = delete;
-  MuteListener& operator=(const MuteListener&) = delete;
-  int Port() const { return port_; }
-
- private:
-  int fd_ = -1;
-  int port_ = 0;
-};
-
-// A port on which nothing listens (it was free a moment ago).
-int FreePort() { return MuteListener().Port(); }
 
 std::string Local(int port) { return "127.0.0.1:" + std::to_string(port); }
 
