@@ -91,6 +91,23 @@ void AcquisitionCycle::SetNotPolling() {
 
 void AcquisitionCycle::Start() { timerConnection_.start(); }
 
+void AcquisitionCycle::StopPolling() {
+  timerPoll_.stop();
+  stopped_ = true;
+  display_.StopGoPressed = true;
+  display_.StopGoImage = kImageRed;
+  display_.StatusPicture = kImageRed;
+  display_.StopGoCaption = kStartCaption;
+}
+
+void AcquisitionCycle::Halt() {
+  ++tickGeneration_;  // the tick under way takes no further step
+  StopPolling();
+  ShowStatus("Tavrix communication has been halted!");
+  display_.SingleStepEnabled = true;
+  Changed();
+}
+
 // ---- connect ---------------------------------------------------------------------
 
 void AcquisitionCycle::Connect(bool showStatus, bool noPolling, uint64_t tick, Then then) {
@@ -149,15 +166,8 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
   } else if (aborted) {
     // The operator's Ctrl+S: no box, updates stay stopped.
     abortConnect_ = false;
-    display_.StatusPicture = kImageRed;
     ReleaseClient();
-    timerPoll_.stop();
-    stopped_ = true;
-    display_.StopGoPressed = true;
-    display_.StopGoImage = kImageRed;
-    display_.StopGoCaption = kStartCaption;
-    display_.SingleStepEnabled = true;
-    ShowStatus("Tavrix communication has been halted!");
+    Halt();
   } else if (reachedUnit) {
     display_.StatusPicture = kImageRed;
     ShowStatus("");
@@ -235,14 +245,9 @@ void AcquisitionCycle::FetchNotOpened(std::function<void(bool)> then) {
   const MessageAnswer answer = notices_.Ask(LostText(modem.value_or(ModemInfo{})), "Server Connection Lost",
                                             MessageButtons::YesNo, MessageIcon::Critical);
   if (answer != MessageAnswer::Yes) {
-    timerPoll_.stop();
-    display_.StatusPicture = kImageRed;
+    StopPolling();
     ShowStatus("Communications have been aborted!");
     timerStatus_.start();
-    display_.StopGoPressed = true;
-    display_.StopGoImage = kImageRed;
-    stopped_ = true;
-    display_.StopGoCaption = kStartCaption;
     connected_ = false;
     Changed();
   }
@@ -291,11 +296,11 @@ void AcquisitionCycle::StartTick() {
 
 void AcquisitionCycle::EndTick(uint64_t tick) {
   // A tick that was stopped while it ran leaves the newer state as it stands.
-  if (!Stale(tick)) {
-    if (!singleStep_ && !stopped_) timerPoll_.start();
+  if (!Stale(tick) && !singleStep_ && !stopped_) timerPoll_.start();
+  if (runningTick_ == tick) {  // no newer tick has started: the single step is over
+    runningTick_ = 0;
     singleStep_ = false;
   }
-  if (runningTick_ == tick) runningTick_ = 0;
   emit tickFinished();
 }
 
@@ -318,16 +323,7 @@ void AcquisitionCycle::timerStatus_Timer() {
 void AcquisitionCycle::StopGo_Click() {
   if (!currentModem_()) return;
   if (!stopped_) {
-    stopped_ = true;
-    ++tickGeneration_;  // the tick under way takes no further step
-    timerPoll_.stop();
-    display_.StopGoPressed = true;
-    display_.StopGoImage = kImageRed;
-    display_.StatusPicture = kImageRed;
-    display_.StopGoCaption = kStartCaption;
-    ShowStatus("Tavrix communication has been halted!");
-    display_.SingleStepEnabled = true;
-    Changed();
+    Halt();
     return;
   }
   Connect(true, false, 0, [this] {

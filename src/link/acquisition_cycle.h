@@ -119,6 +119,8 @@ class AcquisitionCycle : public QObject {
   bool Stale(uint64_t tick) const { return tick != 0 && tick != tickGeneration_; }
   void ShowStatus(const std::string& text) { notices_.ShowStatus(text, false); }
   void SetNotPolling();  // "StopGo" not pressed and the start caption
+  void StopPolling();    // polling off, and the controls and pictures showing it
+  void Halt();           // the operator's stop: also ends the tick under way
   void Changed() { emit displayChanged(); }
 
   // Runs `work` on the link thread and `done` with its result back on this thread.

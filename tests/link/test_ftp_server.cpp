@@ -456,7 +456,7 @@ class FtpServerTest : public QObject {
     QCOMPARE(notices.boxes[0].title, std::string("FTP"));
     QVERIFY(notices.boxes[0].buttons == MessageButtons::Ok && notices.boxes[0].icon == MessageIcon::Information);
 
-    client->SetFindFileName("spec?rum*");
+    client->SetFindFileName("sp?ctrum*");
     const uint32_t second = client->FindFirstFile();
     QVERIFY(second != 0 && second != first);
     QCOMPARE(client->FoundFileName(), std::string("spectrum:"));
