@@ -84,8 +84,8 @@ struct FTP_Server::Impl {
   bool Command(const std::string& command) { return Connected() && session.Command(command); }
 };
 
-FTP_Server::FTP_Server(Notices* notices, FtpLimits limits) : impl_(nullptr), notices_(notices), limits_(limits) {
-  impl_ = new Impl(limits_);
+FTP_Server::FTP_Server(Notices* notices, FtpLimits limits)
+    : impl_(std::make_unique<Impl>(limits)), notices_(notices), limits_(limits) {
   if (!impl_->session.IsOpen() && notices_ != nullptr)
     notices_->Ask("Could not open Internet Connection", "FTP", MessageButtons::Ok, MessageIcon::Critical);
 }
@@ -94,7 +94,7 @@ FTP_Server::~FTP_Server() {
   impl_->CloseFile();
   impl_->CloseFind();
   impl_->session.CloseConnection(false);
-  delete impl_;  // the session
+  impl_.reset();  // the session
   if (limits_.releasePauseMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(limits_.releasePauseMs));
 }
 
