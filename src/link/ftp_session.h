@@ -91,7 +91,7 @@ class Session {
   static size_t OnReplyLine(char* data, size_t size, size_t count, void* user);
   static curl_socket_t OnOpenSocket(void* user, curlsocktype purpose, curl_sockaddr* address);
 
-  const FtpLimits& limits_;
+  const FtpLimits limits_;
   CURL* easy_ = nullptr;
   CURLM* multi_ = nullptr;
   ServerAddress address_;
