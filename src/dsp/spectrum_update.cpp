@@ -1,5 +1,6 @@
 #include "dsp/spectrum_update.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "common/picture_format.h"
@@ -61,6 +62,10 @@ void ComputePoints(SpectrumState& state, float& max, float& min, const ProgressF
   max = -32000.0f;
   min = 32000.0f;
   for (int k = 0; k < kPointCount; ++k) {
+    // The trace this update replaces becomes the previous one.
+    t.FreqPoints[k].Previous = t.FreqPoints[k].Current;
+    t.AmpPoints[k].Previous = t.AmpPoints[k].Current;
+
     const double frequency = (table.fraction[k] * c.SampleRate + c.CenterFreq) * c.FreqScale;
     t.FreqPoints[k].Current = static_cast<float>(frequency);
 
@@ -114,13 +119,17 @@ void FoldVideoAverage(TraceSet& t, UpdateReport& r) {
   r.VideoAverageToolTip = "Video Average Trace [" + std::to_string(n) + "]";
   const double oldWeight = (n - 1.0) / n;
   const double newWeight = 1.0 / n;
+  if (n == 1) {
+    for (int k = 0; k < kPointCount; ++k) {
+      t.FreqPoints[k].VideoAverage = t.FreqPoints[k].Current;
+      t.AmpPoints[k].VideoAverage = t.AmpPoints[k].Current;
+    }
+    return;
+  }
   for (int k = 0; k < kPointCount; ++k) {
     t.FreqPoints[k].VideoAverage = t.FreqPoints[k].Current;
-    if (n == 1)
-      t.AmpPoints[k].VideoAverage = t.AmpPoints[k].Current;
-    else
-      t.AmpPoints[k].VideoAverage =
-          static_cast<float>(oldWeight * t.AmpPoints[k].VideoAverage + t.AmpPoints[k].Current * newWeight);
+    t.AmpPoints[k].VideoAverage =
+        static_cast<float>(oldWeight * t.AmpPoints[k].VideoAverage + t.AmpPoints[k].Current * newWeight);
   }
 }
 
@@ -132,15 +141,16 @@ void FoldPeakHold(TraceSet& t, UpdateReport& r) {
   }
   const int32_t n = ++t.PeakHoldCount;
   r.PeakHoldToolTip = "Peak Hold Trace [" + std::to_string(n) + "]";
-  for (int k = 0; k < kPointCount; ++k) {
-    if (n == 1) {
+  if (n == 1) {
+    for (int k = 0; k < kPointCount; ++k) {
       t.FreqPoints[k].PeakHold = t.FreqPoints[k].Current;
       t.AmpPoints[k].PeakHold = t.AmpPoints[k].Current;
-    } else if (t.AmpPoints[k].Current > t.AmpPoints[k].PeakHold) {
-      // The hold keeps the frequencies of the first trace of its run.
-      t.AmpPoints[k].PeakHold = t.AmpPoints[k].Current;
     }
+    return;
   }
+  // Later traces only raise the levels: the hold keeps the frequencies of the first.
+  for (int k = 0; k < kPointCount; ++k)
+    t.AmpPoints[k].PeakHold = std::max(t.AmpPoints[k].PeakHold, t.AmpPoints[k].Current);
 }
 
 void ComposeStatus(const SpectrumState& state, UpdateReport& r) {
@@ -175,10 +185,6 @@ UpdateReport UpdateSpectrum(SpectrumState& state, VerticalWindow& window, bool w
   TraceSet& t = state.Traces;
 
   UpdateFirstTraceFlag(state);
-  for (int k = 0; k < kPointCount; ++k) {
-    t.FreqPoints[k].Previous = t.FreqPoints[k].Current;
-    t.AmpPoints[k].Previous = t.AmpPoints[k].Current;
-  }
   if (windowSpectrum) WindowSmooth(state.Capture.SampleI, state.Capture.SampleQ);
 
   fft_float(state.Capture.SampleI, state.Capture.SampleQ, state.SpectrumRe, state.SpectrumIm);

@@ -58,11 +58,24 @@ constexpr std::array<FormatChoice, 6> kFormatChoices = {{
     {-std::numeric_limits<float>::infinity(), 100000, "##0.00000000MHz"},
 }};
 
+// The captions depend only on the scale, so each choice's ten are made once.
+struct CaptionTable {
+  std::array<std::array<std::string, kSpanChoices>, kFormatChoices.size()> captions;
+  CaptionTable() {
+    for (size_t c = 0; c < kFormatChoices.size(); ++c)
+      for (int i = 0; i < kSpanChoices; ++i)
+        captions[c][i] = FormatPicture(kBaseSpans[i] / kFormatChoices[c].scale, "#0.0000MHz Span");
+  }
+};
+
+// Sets the scale, the format and the span captions for the band's span.
 void ChooseFormat(float span, CaptureFields& f) {
-  for (const FormatChoice& choice : kFormatChoices) {
-    if (span >= choice.minSpan) {
-      f.FreqScale = choice.scale;
-      f.FreqFormat = choice.format;
+  static const CaptionTable table;
+  for (size_t c = 0; c < kFormatChoices.size(); ++c) {
+    if (span >= kFormatChoices[c].minSpan) {
+      f.FreqScale = kFormatChoices[c].scale;
+      f.FreqFormat = kFormatChoices[c].format;
+      f.SpanCaptions = table.captions[c];
       return;
     }
   }
@@ -111,9 +124,6 @@ void ParseBlock(std::string_view block, CaptureFields& f) {
   f.FreqHigh = static_cast<float>(f.CenterFreq + 0.3 * f.SampleRate);
   const float span = f.FreqHigh - f.FreqLow;
   ChooseFormat(span, f);
-
-  for (int i = 0; i < kSpanChoices; ++i)
-    f.SpanCaptions[i] = FormatPicture(kBaseSpans[i] / f.FreqScale, "#0.0000MHz Span");
 
   f.FreqLow = f.FreqScale * f.FreqLow;
   f.FreqHigh = f.FreqHigh * f.FreqScale;
