@@ -4,23 +4,15 @@
 
 #include "dsp/fft.h"
 #include "dsp/spectrum_update.h"
+#include "bench_blocks.h"
 #include "ratio_reporter.h"
 
 using namespace tavrix;
 
 namespace {
 
-std::string NoisyBlock() {
-  std::string block(kNominalBlockLength, '\0');
-  uint32_t x = 12345;
-  for (char& c : block) c = static_cast<char>((x = x * 1103515245 + 12345) >> 16);
-  block[6] = 0;
-  block[7] = 3;
-  return block;
-}
-
 void BM_BareTransform(benchmark::State& st) {
-  const CaptureFields fields = ParseBlock(NoisyBlock());
+  const CaptureFields fields = ParseBlock(bench::NoisyCaptureBlock(12345));
   SampleArray re, im;
   for (auto _ : st) {
     fft_float(fields.SampleI, fields.SampleQ, re, im);
@@ -31,7 +23,7 @@ void BM_BareTransform(benchmark::State& st) {
 BENCHMARK(BM_BareTransform);
 
 void BM_WholeUpdate(benchmark::State& st) {
-  const std::string block = NoisyBlock();
+  const std::string block = bench::NoisyCaptureBlock(12345);
   SpectrumState state;
   state.Traces.TraceVisible = {true, true, true, true};
   VerticalWindow vertical;

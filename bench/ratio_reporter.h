@@ -19,6 +19,8 @@ class RecordingReporter : public benchmark::ConsoleReporter {
       const std::string& name = run.run_name.function_name;
       if ((run.run_type == Run::RT_Iteration && run.iterations > 0 && !medians.count(name)) || median) {
         seconds[name] = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+        // A counter "x" of benchmark B (seconds per iteration) stands as "B#x".
+        for (const auto& [counter, value] : run.counters) seconds[name + "#" + counter] = value;
         if (median) medians.insert(name);
       }
     }
@@ -30,8 +32,8 @@ class RecordingReporter : public benchmark::ConsoleReporter {
 
 struct Ratio {
   const char* label;     // what is measured
-  const char* measured;  // benchmark name
-  const char* baseline;  // benchmark name
+  const char* measured;  // benchmark name, or "benchmark#counter"
+  const char* baseline;  // benchmark name, or "benchmark#counter"
   double target;         // at most
 };
 

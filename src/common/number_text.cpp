@@ -50,6 +50,17 @@ bool ScaledDigits(uint32_t mantissa, int binaryExp, int k, uint64_t& quotient, b
     roundUp = r > half || (r == half && (quotient & 1));
     return true;
   }
+  // Values of ten million and more: M x 2^E divided by a power of ten, in 64 bits while
+  // the numerator fits (up to about 5.7e18).
+  if (k < 0 && -k <= 19 && binaryExp >= 0 && binaryExp <= 39) {
+    const uint64_t num = static_cast<uint64_t>(mantissa) << binaryExp;
+    const uint64_t den = static_cast<uint64_t>(kPow10.value[-k]);
+    quotient = num / den;
+    const uint64_t r = num % den;
+    const uint64_t half = den >> 1;  // den is even here, so half is exact
+    roundUp = r > half || (r == half && (quotient & 1));
+    return true;
+  }
   if (k > kMaxPow10 || -k > kMaxPow10) return false;
   u128 num = mantissa;
   if (k > 0) {
@@ -91,9 +102,20 @@ bool ScaledDigits(uint32_t mantissa, int binaryExp, int k, uint64_t& quotient, b
   return true;
 }
 
-// floor(log10(|value|)) up to one either way, from the binary exponent alone.
-int EstimateDecimalExponent(int binaryExp2) {
-  return (binaryExp2 * 78913) >> 18;  // 78913 / 2^18 ~ log10(2)
+// floor(log10(|value|)), from the binary exponent and one comparison with a power of
+// ten; still one off at worst (powers of ten are not all exact), which the exact digits
+// correct.
+int EstimateDecimalExponent(int binaryExp2, double magnitude) {
+  static const struct Powers {
+    double value[90];  // 10^(i - 45)
+    Powers() {
+      for (int i = 0; i < 90; ++i) value[i] = std::pow(10.0, i - 45);
+    }
+  } powers;
+  int exp10 = (binaryExp2 * 78913) >> 18;  // 78913 / 2^18 ~ log10(2): floor or one below
+  const int next = exp10 + 1 + 45;
+  if (next >= 0 && next < 90 && magnitude >= powers.value[next]) ++exp10;
+  return exp10;
 }
 
 char* AppendExponent(char* out, int exp10) {
@@ -106,13 +128,26 @@ char* AppendExponent(char* out, int exp10) {
   return out;
 }
 
-// Lays out seven significant digits with decimal exponent exp10 as %G does.
+// Copies a run of digits with one fixed-size move; the bytes past `count` are scratch
+// that the caller's room allows and the following text overwrites.
+char* PutDigits(char* out, const char* digits, int count) {
+  std::memcpy(out, digits, 8);
+  return out + count;
+}
+
+// Lays out seven significant digits with decimal exponent exp10 as %G does. Writes up to
+// seven scratch bytes past the text, within kMaxNumberText.
 char* LayOut(char* out, uint32_t digits7, int exp10) {
-  char d[kDigits];
-  for (int i = kDigits - 1; i >= 0; --i) {
-    d[i] = static_cast<char>('0' + digits7 % 10);
-    digits7 /= 10;
+  static constexpr char kPairs[] =
+      "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+      "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+      "8081828384858687888990919293949596979899";
+  char d[16] = {};
+  for (int i = kDigits - 1; i > 0; i -= 2) {
+    std::memcpy(d + i - 1, kPairs + 2 * (digits7 % 100), 2);
+    digits7 /= 100;
   }
+  d[0] = static_cast<char>('0' + digits7);
   int significant = kDigits;
   while (significant > 1 && d[significant - 1] == '0') --significant;
 
@@ -120,26 +155,21 @@ char* LayOut(char* out, uint32_t digits7, int exp10) {
     *out++ = d[0];
     if (significant > 1) {
       *out++ = '.';
-      std::memcpy(out, d + 1, significant - 1);
-      out += significant - 1;
+      out = PutDigits(out, d + 1, significant - 1);
     }
     return AppendExponent(out, exp10);
   }
   if (exp10 >= 0) {
-    std::memcpy(out, d, exp10 + 1);
-    out += exp10 + 1;
+    out = PutDigits(out, d, exp10 + 1);
     if (significant > exp10 + 1) {
       *out++ = '.';
-      std::memcpy(out, d + exp10 + 1, significant - exp10 - 1);
-      out += significant - exp10 - 1;
+      out = PutDigits(out, d + exp10 + 1, significant - exp10 - 1);
     }
     return out;
   }
-  *out++ = '0';
-  *out++ = '.';
-  for (int z = -1; z > exp10; --z) *out++ = '0';
-  std::memcpy(out, d, significant);
-  return out + significant;
+  std::memcpy(out, "0.0000", 6);
+  out += 1 - exp10;  // "0." and -exp10 - 1 zeros
+  return PutDigits(out, d, significant);
 }
 
 // The general path for magnitudes the exact 128-bit arithmetic does not cover
@@ -191,7 +221,7 @@ char* AppendNumberText(char* out, float value) {
 
   // Binary exponent of the leading bit: value lies in [2^e2, 2^(e2+1)).
   const int e2 = biased == 0 ? (binaryExp + 31 - __builtin_clz(mantissa)) : static_cast<int>(biased) - 127;
-  int exp10 = EstimateDecimalExponent(e2);
+  int exp10 = EstimateDecimalExponent(e2, std::fabs(static_cast<double>(value)));
   // The estimate can be one off next to a power of ten; the exact digits correct it.
   for (int attempt = 0; attempt < 3; ++attempt) {
     uint64_t q;

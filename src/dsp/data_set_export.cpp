@@ -1,6 +1,8 @@
 #include "dsp/data_set_export.h"
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "common/file_io.h"
 #include "common/number_text.h"
@@ -74,14 +76,16 @@ std::optional<DataSet> DataSetNamed(std::string_view name) {
 std::string FormatDataSet(DataSet set, const SpectrumState& state) {
   const int count = InfoOf(set).PointCount;
   const Columns columns = ColumnsOf(set, state);
-  std::string text(kHeader.size() + static_cast<size_t>(count) * kLineRoom, '\0');
-  char* out = text.data();
+  // Room for the longest lines, kept per thread so that fresh pages are not touched for
+  // every export; the text is written once, then copied out.
+  thread_local std::vector<char> room;
+  room.resize(std::max(room.size(), kHeader.size() + static_cast<size_t>(count) * kLineRoom));
+  char* out = room.data();
   std::memcpy(out, kHeader.data(), kHeader.size());
   out += kHeader.size();
   for (int p = 0; p < count; ++p)
     out = AppendLine(out, p + 1, columns.second[p * columns.stride], columns.third[p * columns.stride]);
-  text.resize(static_cast<size_t>(out - text.data()));
-  return text;
+  return std::string(room.data(), out);
 }
 
 ExportResult WriteDataSet(DataSet set, const std::string& fileName, const SpectrumState& state,
