@@ -25,6 +25,14 @@ inline std::string ReadBytes(const QString& relative) {
   return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
 }
 
+// A file written by a test, whole; empty when it cannot be read.
+inline std::string ReadWholeFile(const std::string& path) {
+  QFile file(QString::fromStdString(path));
+  if (!file.open(QIODevice::ReadOnly)) return {};
+  const QByteArray bytes = file.readAll();
+  return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
+}
+
 inline QJsonObject ReadJson(const QString& relative) {
   const std::string text = ReadBytes(relative);
   return QJsonDocument::fromJson(QByteArray(text.data(), static_cast<qsizetype>(text.size()))).object();

@@ -32,6 +32,23 @@ std::string UsageText() {
          "  --save-block FILE  the capture block, byte for byte\n";
 }
 
+namespace {
+
+// Reads a command's options, then runs it; a bad option is one line and status 2.
+template <typename Options, typename Parse, typename Run>
+int RunSubcommand(const std::string& command, const std::vector<std::string>& args, Parse parse, Run run,
+                  std::ostream& out, std::ostream& err) {
+  Options options;
+  const std::string problem = parse(args, options);
+  if (!problem.empty()) {
+    err << "tavrix-spectrum: " << command << ": " << problem << " (see --help)\n";
+    return 2;
+  }
+  return run(options, out, err);
+}
+
+}  // namespace
+
 int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   if (args.empty()) {
     err << "tavrix-spectrum: the viewer window is not in this build yet; try --help\n";
@@ -48,24 +65,8 @@ int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std:
     out << UsageText();
     return 0;
   }
-  if (command == "snapshot") {
-    SnapshotOptions options;
-    const std::string problem = ParseSnapshotOptions(rest, options);
-    if (!problem.empty()) {
-      err << "tavrix-spectrum: snapshot: " << problem << " (see --help)\n";
-      return 2;
-    }
-    return RunSnapshot(options, out, err);
-  }
-  if (command == "export") {
-    ExportOptions options;
-    const std::string problem = ParseExportOptions(rest, options);
-    if (!problem.empty()) {
-      err << "tavrix-spectrum: export: " << problem << " (see --help)\n";
-      return 2;
-    }
-    return RunExport(options, out, err);
-  }
+  if (command == "snapshot") return RunSubcommand<SnapshotOptions>(command, rest, ParseSnapshotOptions, RunSnapshot, out, err);
+  if (command == "export") return RunSubcommand<ExportOptions>(command, rest, ParseExportOptions, RunExport, out, err);
   err << "tavrix-spectrum: unknown command \"" << command << "\" (see --help)\n";
   return 2;
 }

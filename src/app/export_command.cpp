@@ -85,15 +85,24 @@ int RunExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     }
   }
   const SpectrumState state = ProcessBlocks(blocks, options.WindowSpectrum, options.PeakHold, options.VideoAverage);
-  const ExportResult result = WriteDataSet(options.Set, options.OutFile, state, nullptr);
+  return WriteDataSetFile(options.Set, options.OutFile, state, out, err);
+}
+
+std::string ShownPath(const std::string& path) {
+  std::error_code ec;
+  const auto absolute = std::filesystem::absolute(path, ec);
+  return ec ? path : absolute.string();
+}
+
+int WriteDataSetFile(DataSet set, const std::string& outFile, const SpectrumState& state, std::ostream& out,
+                     std::ostream& err) {
+  const ExportResult result = WriteDataSet(set, outFile, state, nullptr);
   if (result.outcome != ExportResult::Written) {
     err << "tavrix-spectrum: " << result.message << "\n";
     return 1;
   }
-  std::error_code ec;
-  const auto where = std::filesystem::absolute(options.OutFile, ec);
-  out << "Wrote the " << InfoOf(options.Set).Name << " data set (" << InfoOf(options.Set).PointCount
-      << " points) to " << (ec ? options.OutFile : where.string()) << "\n";
+  out << "Wrote the " << InfoOf(set).Name << " data set (" << InfoOf(set).PointCount << " points) to "
+      << ShownPath(outFile) << "\n";
   return 0;
 }
 

@@ -33,6 +33,14 @@ std::string ParseExportOptions(const std::vector<std::string>& args, ExportOptio
 // Returns the exit status; says what it wrote on `out`, what went wrong on `err`.
 int RunExport(const ExportOptions& options, std::ostream& out, std::ostream& err);
 
+// Writes one data set file (replacing it) and says where it went, or why not. Returns
+// the exit status.
+int WriteDataSetFile(DataSet set, const std::string& outFile, const SpectrumState& state, std::ostream& out,
+                     std::ostream& err);
+
+// A path as the operator should read it: absolute when it can be made so.
+std::string ShownPath(const std::string& path);
+
 // The state after processing the given block contents in order, as the viewer would:
 // a fresh state with the chosen trace switches on; an empty block is skipped.
 SpectrumState ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,

@@ -1,7 +1,6 @@
 #include "app/snapshot_command.h"
 
 #include <chrono>
-#include <filesystem>
 #include <ostream>
 #include <thread>
 
@@ -94,15 +93,12 @@ int RunSnapshot(const SnapshotOptions& options, std::ostream& out, std::ostream&
   if (!options.SaveBlock.empty()) {
     const std::string error = WriteFileAtomically(options.SaveBlock, fetched.block);
     if (!error.empty()) return fail("could not write the capture block file " + options.SaveBlock + ": " + error + ".");
-    out << "Saved the capture block (" << fetched.block.size() << " bytes) to "
-        << std::filesystem::absolute(options.SaveBlock).string() << "\n";
+    out << "Saved the capture block (" << fetched.block.size() << " bytes) to " << ShownPath(options.SaveBlock)
+        << "\n";
   }
   if (options.HaveSet) {
     const SpectrumState state = ProcessBlocks({fetched.block}, options.WindowSpectrum, false, false);
-    const ExportResult result = WriteDataSet(options.Set, options.OutFile, state, nullptr);
-    if (result.outcome != ExportResult::Written) return fail(result.message);
-    out << "Wrote the " << InfoOf(options.Set).Name << " data set (" << InfoOf(options.Set).PointCount
-        << " points) to " << std::filesystem::absolute(options.OutFile).string() << "\n";
+    return WriteDataSetFile(options.Set, options.OutFile, state, out, err);
   }
   return 0;
 }

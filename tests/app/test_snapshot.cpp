@@ -47,12 +47,6 @@ Outcome Snapshot(const std::string& modem, const std::string& saveBlock, const s
 
 int Lines(const std::string& text) { return static_cast<int>(std::count(text.begin(), text.end(), '\n')); }
 
-std::string Read(const std::string& path) {
-  std::string data;
-  ReadFileCapped(path, 1 << 20, data);
-  return data;
-}
-
 }  // namespace
 
 class SnapshotTest : public QObject {
@@ -71,12 +65,12 @@ class SnapshotTest : public QObject {
     QCOMPARE(Lines(r.out), 2);
     QCOMPARE(sim.Count("STOR capt_spec:"), 1);
     QCOMPARE(sim.Count("RETR spectrum:"), 1);
-    const std::string block = Read(Path("block.bin"));
+    const std::string block = ReadWholeFile(Path("block.bin"));
     QCOMPARE(block.size(), size_t(kNominalBlockLength));
     QCOMPARE(block, sim.ServedBlock(1));
     // The data set is what export writes for the saved block.
     const SpectrumState state = ProcessBlocks({block}, true, false, false);
-    QCOMPARE(Read(Path("scaled.txt")), FormatDataSet(DataSet::Scaled, state));
+    QCOMPARE(ReadWholeFile(Path("scaled.txt")), FormatDataSet(DataSet::Scaled, state));
   }
 
   void unreachableOrFailingUnitsWriteNothing_data() {
@@ -115,8 +109,8 @@ class SnapshotTest : public QObject {
     QVERIFY(sim.Started());
     const Outcome r = Snapshot(sim.Address(), Path("short.bin"));
     QCOMPARE(r.status, 0);
-    QCOMPARE(Read(Path("short.bin")), sim.ServedBlock(1));
-    QCOMPARE(Read(Path("short.bin")).size(), size_t(100));
+    QCOMPARE(ReadWholeFile(Path("short.bin")), sim.ServedBlock(1));
+    QCOMPARE(ReadWholeFile(Path("short.bin")).size(), size_t(100));
   }
 
   void badOptions_data() {

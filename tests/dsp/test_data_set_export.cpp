@@ -74,12 +74,6 @@ SpectrumState AfterBlock(const QString& name, bool window) {
   return state;
 }
 
-std::string ReadBack(const std::string& path) {
-  std::string data;
-  ReadFileCapped(path, 1 << 20, data);
-  return data;
-}
-
 }  // namespace
 
 class DataSetExportTest : public QObject {
@@ -139,7 +133,7 @@ class DataSetExportTest : public QObject {
 
     ScriptedNotices no(MessageAnswer::No);
     QCOMPARE(WriteScaled(path, state, &no).outcome, ExportResult::Declined);
-    QCOMPARE(ReadBack(path), std::string("keep me"));
+    QCOMPARE(ReadWholeFile(path), std::string("keep me"));
     QCOMPARE(no.questions.size(), size_t(1));
     QCOMPARE(no.questions[0], "The transformed & scaled data set file " + path +
                                   " already exists!  Do you wish to overwrite this file?");
@@ -150,7 +144,7 @@ class DataSetExportTest : public QObject {
     ScriptedNotices yes(MessageAnswer::Yes);
     QCOMPARE(WritePeakHold(path, state, &yes).outcome, ExportResult::Written);
     QCOMPARE(yes.questions[0].rfind("The peak hold data set file ", 0), size_t(0));
-    QCOMPARE(ReadBack(path), FormatDataSet(DataSet::PeakHold, state));
+    QCOMPARE(ReadWholeFile(path), FormatDataSet(DataSet::PeakHold, state));
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 1);
   }
 
@@ -163,7 +157,7 @@ class DataSetExportTest : public QObject {
     const ExportResult r = WriteDataSet(DataSet::Raw, path, state, &notices, [&](int pct) { progress.append(pct); });
     QCOMPARE(r.outcome, ExportResult::Written);
     QVERIFY(notices.questions.empty());
-    QCOMPARE(ReadBack(path), FormatDataSet(DataSet::Raw, state));
+    QCOMPARE(ReadWholeFile(path), FormatDataSet(DataSet::Raw, state));
     QCOMPARE(progress.last(), 0);  // the bar is reset at the end
     QCOMPARE(progress[progress.size() - 2], 100);
   }
