@@ -125,6 +125,11 @@ void Session::SetOptions(Request& r, const std::string& url, curl_slist* command
   curl_easy_setopt(easy_, CURLOPT_URL, url.c_str());
   curl_easy_setopt(easy_, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(easy_, CURLOPT_NOPROGRESS, 1L);
+  // A unit on the local network is always reached directly: a proxy named in the
+  // environment (all_proxy, ftp_proxy and the like) never applies. The empty proxy turns
+  // proxies off whatever the environment says; "*" exempts every host besides.
+  curl_easy_setopt(easy_, CURLOPT_PROXY, "");
+  curl_easy_setopt(easy_, CURLOPT_NOPROXY, "*");
   curl_easy_setopt(easy_, CURLOPT_CONNECTTIMEOUT_MS, std::max(1L, limits_.connectTimeoutMs));
   curl_easy_setopt(easy_, CURLOPT_TIMEOUT_MS, std::max(1L, limits_.transferTimeoutMs));
   curl_easy_setopt(easy_, CURLOPT_ACCEPTTIMEOUT_MS, std::max(1L, limits_.connectTimeoutMs));

@@ -103,6 +103,37 @@ void WriteBytes(const QString& path, const QByteArray& bytes) {
 
 std::string Local(int port) { return "127.0.0.1:" + std::to_string(port); }
 
+// Variables of the test process set for one scope ("name=value", %1 replaced by `port`),
+// and put back as they were when it ends.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(const QStringList& assignments, int port) {
+    for (const QString& assignment : assignments) {
+      const QByteArray name = assignment.section('=', 0, 0).toUtf8();
+      saved_.push_back({name, qgetenv(name.constData()), qEnvironmentVariableIsSet(name.constData())});
+      const QString value = assignment.section('=', 1);
+      qputenv(name.constData(), (value.contains("%1") ? value.arg(port) : value).toUtf8());
+    }
+  }
+  ~ScopedEnvironment() {
+    for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
+      if (it->wasSet)
+        qputenv(it->name.constData(), it->value);
+      else
+        qunsetenv(it->name.constData());
+    }
+  }
+  ScopedEnvironment(const ScopedEnvironment&) = delete;
+  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+ private:
+  struct Saved {
+    QByteArray name, value;
+    bool wasSet;
+  };
+  std::vector<Saved> saved_;
+};
+
 }  // namespace
 
 #define START_SIMULATOR(sim, ...)              \
@@ -317,21 +348,29 @@ class FtpServerTest : public QObject {
 
   void portFollowsTheAddress_data() {
     QTest::addColumn<QString>("pattern");  // %1 is the simulator's port
+    QTest::addColumn<QStringList>("environment");  // %1 is a port where nothing listens
     QTest::addColumn<bool>("reaches");
-    QTest::newRow("dotted") << "127.0.0.1:%1" << true;
-    QTest::newRow("name") << "localhost:%1" << true;
-    QTest::newRow("port 0") << "127.0.0.1:0" << false;
-    QTest::newRow("port 65536") << "127.0.0.1:65536" << false;
-    QTest::newRow("empty port") << "127.0.0.1:" << false;
-    QTest::newRow("trailing letters") << "127.0.0.1:%1x" << false;
+    QTest::newRow("dotted") << "127.0.0.1:%1" << QStringList{} << true;
+    QTest::newRow("name") << "localhost:%1" << QStringList{} << true;
+    QTest::newRow("port 0") << "127.0.0.1:0" << QStringList{} << false;
+    QTest::newRow("port 65536") << "127.0.0.1:65536" << QStringList{} << false;
+    QTest::newRow("empty port") << "127.0.0.1:" << QStringList{} << false;
+    QTest::newRow("trailing letters") << "127.0.0.1:%1x" << QStringList{} << false;
+    QTest::newRow("all_proxy set") << "127.0.0.1:%1" << QStringList{"all_proxy=socks5://127.0.0.1:%1"} << true;
+    QTest::newRow("ftp_proxy set") << "localhost:%1"
+                                   << QStringList{"ftp_proxy=http://127.0.0.1:%1", "no_proxy=example.com"} << true;
   }
 
   void portFollowsTheAddress() {
     QFETCH(QString, pattern);
+    QFETCH(QStringList, environment);
     QFETCH(bool, reaches);
     START_SIMULATOR(sim);
+    ScopedEnvironment proxies(environment, FreePort());
     const QString address = pattern.contains("%1") ? pattern.arg(sim.Port()) : pattern;
-    QCOMPARE(Client(address.toStdString())->IsConnected(), reaches);
+    auto client = Client(address.toStdString());
+    QCOMPARE(client->IsConnected(), reaches);
+    QCOMPARE(Read(*client), reaches ? kBlock : -1);
     QCOMPARE(sim.Count("CONNECT"), reaches ? 1 : 0);
   }
 
