@@ -84,12 +84,30 @@ void AcquisitionCycle::ReleaseClient() {
   linkThread_->Post([side] { side->Release(); });
 }
 
+// Whatever shows the start caption also leaves updates stopped, so that the caption, the
+// stopped flag, the poll timer and the single step always agree.
 void AcquisitionCycle::SetNotPolling() {
+  timerPoll_.stop();
+  stopped_ = true;
   display_.StopGoPressed = false;
   display_.StopGoCaption = kStartCaption;
 }
 
-void AcquisitionCycle::Start() { timerConnection_.start(); }
+void AcquisitionCycle::Changed() {
+  // A single step is offered exactly while updates are stopped and a unit is current.
+  display_.SingleStepEnabled = stopped_ && currentModem_().has_value();
+  emit displayChanged();
+}
+
+void AcquisitionCycle::SetStopped(bool stopped) {
+  stopped_ = stopped;
+  Changed();
+}
+
+void AcquisitionCycle::Start() {
+  Changed();
+  timerConnection_.start();
+}
 
 void AcquisitionCycle::StopPolling() {
   timerPoll_.stop();
@@ -104,7 +122,7 @@ void AcquisitionCycle::Halt() {
   ++tickGeneration_;  // the tick under way takes no further step
   StopPolling();
   ShowStatus("Tavrix communication has been halted!");
-  display_.SingleStepEnabled = true;
+  timerStatus_.start();
   Changed();
 }
 
@@ -180,7 +198,7 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
   connecting_ = false;
   Changed();
   emit connectFinished(connected);
-  if (then) then();
+  if (then) then(connected);
 }
 
 void AcquisitionCycle::AbortConnection() {
@@ -237,7 +255,7 @@ void AcquisitionCycle::FetchNotOpened(std::function<void(bool)> then) {
   };
   if (state_.LostShown) {
     // Asked once already: reconnect without asking again.
-    Connect(true, false, 0, afterBranches);
+    Connect(true, false, 0, [afterBranches](bool) { afterBranches(); });
     return;
   }
   state_.LostShown = true;
@@ -278,14 +296,14 @@ void AcquisitionCycle::StartTick() {
         return;
       }
       // Three connections per acquisition: request, read, and one left for the next tick.
-      Connect(false, singleStep_, tick, [this, tick] {
+      Connect(false, singleStep_, tick, [this, tick](bool) {
         if (Stale(tick)) {
           EndTick(tick);
           return;
         }
         FetchStep([this, tick](bool fetched) {
           if (fetched && !Stale(tick))
-            Connect(false, singleStep_, tick, [this, tick] { EndTick(tick); });
+            Connect(false, singleStep_, tick, [this, tick](bool) { EndTick(tick); });
           else
             EndTick(tick);
         });
@@ -309,7 +327,7 @@ void AcquisitionCycle::EndTick(uint64_t tick) {
 void AcquisitionCycle::timerConnection_Timer() {
   timerConnection_.stop();
   display_.ConnectingProgress = true;
-  Connect(true, false, 0, [this] {
+  Connect(true, false, 0, [this](bool) {
     display_.ConnectingProgress = false;
     Changed();
   });
@@ -326,9 +344,12 @@ void AcquisitionCycle::StopGo_Click() {
     Halt();
     return;
   }
-  Connect(true, false, 0, [this] {
+  // A resume whose connection failed leaves the start caption and updates stopped.
+  Connect(true, false, 0, [this](bool connected) {
+    if (!connected) return;
     display_.StopGoCaption = kResumedStopCaption;
     ShowStatus("Tavrix communication has been resumed!");
+    timerStatus_.start();
     Changed();
   });
 }
@@ -336,7 +357,7 @@ void AcquisitionCycle::StopGo_Click() {
 void AcquisitionCycle::SingleStep_Click() {
   if (!currentModem_() || TickInProgress() || connecting_) return;
   singleStep_ = true;
-  Connect(true, true, 0, [this] {
+  Connect(true, true, 0, [this](bool) {
     timerPoll_.stop();
     StartTick();
   });

@@ -36,7 +36,7 @@ struct AcquisitionDisplay {
   int StopGoImage = kImageRed;
   std::string StopGoCaption = kStartCaption;  // menu entry mnuCommStopGo
   int StatusPicture = kImageNone;            // picture of the "Status" panel
-  bool SingleStepEnabled = true;             // button "SingleStep" and mnuCommSingleStep
+  bool SingleStepEnabled = true;             // "SingleStep" and mnuCommSingleStep: stopped with a unit current
   bool BusyPointer = false;                  // hourglass while connecting
   bool ConnectingProgress = false;           // progress bar shown during the first connection
 };
@@ -84,7 +84,12 @@ class AcquisitionCycle : public QObject {
   void AbortConnection();
   // While set, the request and fetch steps do nothing.
   void SetHold(bool hold) { hold_ = hold; }
-  void SetStopped(bool stopped) { stopped_ = stopped; }
+  void SetStopped(bool stopped);
+  // The window's current unit changed (chosen, removed): what the display offers follows.
+  void CurrentModemChanged() { Changed(); }
+  // (Re)starts timerStatus, which clears the "Status" notice when it runs out; the window's
+  // own notices clear the same way.
+  void StartStatusTimer() { timerStatus_.start(); }
 
   // Timer handlers, public so that a test can drive the cycle without waiting.
   void timerPoll_Timer();
@@ -107,7 +112,7 @@ class AcquisitionCycle : public QObject {
   void blockProcessed();
 
  private:
-  using Then = std::function<void()>;
+  using Then = std::function<void(bool connected)>;
   void Connect(bool showStatus, bool noPolling, uint64_t tick, Then then);
   void FinishConnect(bool connected, bool aborted, const ModemInfo& modem, bool showStatus, bool noPolling,
                      uint64_t tick, Then then);
@@ -118,10 +123,10 @@ class AcquisitionCycle : public QObject {
   void EndTick(uint64_t tick);
   bool Stale(uint64_t tick) const { return tick != 0 && tick != tickGeneration_; }
   void ShowStatus(const std::string& text) { notices_.ShowStatus(text, false); }
-  void SetNotPolling();  // "StopGo" not pressed and the start caption
+  void SetNotPolling();  // updates stopped: "StopGo" not pressed and the start caption
   void StopPolling();    // polling off, and the controls and pictures showing it
   void Halt();           // the operator's stop: also ends the tick under way
-  void Changed() { emit displayChanged(); }
+  void Changed();        // derives what depends on the state, then tells the window
 
   // Runs `work` on the link thread and `done` with its result back on this thread.
   template <typename Result>

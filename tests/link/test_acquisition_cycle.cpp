@@ -1,16 +1,17 @@
-// The acquisition cycle against the simulated unit: a normal poll, a unit that gives no
-// size, an empty read, a lost connection with both answers, refused connections, single
-// step, stop and start, Ctrl+S during a connection attempt, and an event loop that keeps
-// running while the unit stalls.
+// The acquisition cycle against the simulated unit: the first connection and its failures,
+// one poll or single step with each fault the unit can show, stop and start, and a window
+// that keeps running while the unit stalls. The controls must always agree with the state.
 #include <QSignalSpy>
 #include <QtTest>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "link/acquisition_cycle.h"
 #include "link/capture_block.h"
 #include "link/loopback_peers.h"
+#include "link/recording_notices.h"
 #include "link/simulator_process.h"
 #include "test_support.h"
 
@@ -21,52 +22,17 @@ namespace {
 
 constexpr int kWaitMs = 15000;  // an upper bound for one step chain, never reached when all is well
 
-// Records what the operator would see and answers questions from a script.
-class RecordingNotices : public Notices {
- public:
-  void ShowStatus(const std::string& text, bool) override { statuses.push_back(text); }
-  MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
-                    MessageIcon icon) override {
-    boxes.push_back({text, title, buttons, icon});
-    return buttons == MessageButtons::YesNo ? answer : MessageAnswer::Ok;
-  }
-  bool SawStatus(const std::string& text) const {
-    return std::find(statuses.begin(), statuses.end(), text) != statuses.end();
-  }
-  struct Box {
-    std::string text, title;
-    MessageButtons buttons;
-    MessageIcon icon;
-  };
-  std::vector<std::string> statuses;
-  std::vector<Box> boxes;
-  MessageAnswer answer = MessageAnswer::Yes;
-};
-
-// A cycle wired to a recorder, talking to one unit named "Sim".
+// A cycle wired to a recorder, talking to the unit "Sim" at `address` (none when empty).
 struct Harness {
-  explicit Harness(const std::string& address, CycleTiming timing = FastTiming()) {
-    FtpLimits limits;
-    limits.connectTimeoutMs = 2000;
-    limits.transferTimeoutMs = 4000;
-    limits.stallTimeoutMs = 2000;
-    limits.releasePauseMs = 0;
-    cycle = std::make_unique<AcquisitionCycle>(
-        notices, [address] { return std::optional<ModemInfo>(ModemInfo{"Sim", address}); },
-        [this](const std::string& block) {
-          blocks.push_back(block);
-          return static_cast<uint16_t>(block.size() >= 2 ? (uint8_t(block[0]) << 8) | uint8_t(block[1]) : 0);
-        },
-        timing, limits);
+  explicit Harness(const std::string& address) {
+    if (!address.empty()) modem = ModemInfo{"Sim", address};
+    const CycleTiming timing{.pollMs = 600000, .connectionMs = 0, .requestWaitMs = 20};  // polls are driven here
+    const FtpLimits limits{.connectTimeoutMs = 2000, .transferTimeoutMs = 4000, .stallTimeoutMs = 2000,
+                           .releasePauseMs = 0};
+    auto keep = [this](const std::string& block) { blocks.push_back(block); return uint16_t(0); };
+    cycle = std::make_unique<AcquisitionCycle>(notices, [this] { return modem; }, keep, timing, limits);
   }
-  static CycleTiming FastTiming() {
-    CycleTiming t;
-    t.pollMs = 600000;  // the tests drive the poll themselves
-    t.connectionMs = 0;
-    t.requestWaitMs = 20;
-    return t;
-  }
-  // The first connection, as at start-up.
+  // The first connection, as at start-up; false when it failed or never finished.
   bool ConnectFirst() {
     QSignalSpy done(cycle.get(), &AcquisitionCycle::connectFinished);
     cycle->timerConnection_Timer();
@@ -77,6 +43,14 @@ struct Harness {
     cycle->timerPoll_Timer();
     return done.wait(kWaitMs);
   }
+  // Updates run or are stopped, and every control says the same.
+  void CheckRunning(bool running) const {
+    QCOMPARE(cycle->Stopped(), !running);
+    QCOMPARE(cycle->PollEnabled(), running);
+    QCOMPARE(cycle->Display().StopGoCaption, std::string(running ? kStopCaption : kStartCaption));
+    QCOMPARE(cycle->Display().SingleStepEnabled, !running && modem.has_value());
+  }
+  std::optional<ModemInfo> modem;
   RecordingNotices notices;
   std::vector<std::string> blocks;
   std::unique_ptr<AcquisitionCycle> cycle;
@@ -88,185 +62,170 @@ class AcquisitionCycleTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void normalPollUsesThreeConnectionsOneRequestOneRead() {
-    SimulatorProcess sim;
+  void firstConnection_data() {
+    QTest::addColumn<QString>("unit");  // "sim", "refusing", "mute", "nothing" listening, or "none" current
+    QTest::addColumn<bool>("ctrlS");    // pressed while the connection is attempted
+    QTest::addColumn<QString>("box");   // the title of the one box shown, if any
+    QTest::addColumn<QString>("status");
+    QTest::newRow("reached") << "sim" << false << "" << "Successful connection established to Sim...";
+    QTest::newRow("refused") << "refusing" << false << "Cannot Connect To Server" << "";
+    QTest::newRow("nothing listening") << "nothing" << false << "Cannot Connect To Server" << "";
+    QTest::newRow("Ctrl+S") << "mute" << true << "" << "Tavrix communication has been halted!";
+    QTest::newRow("no unit current") << "none" << false << "" << "Successful network access...";
+  }
+
+  void firstConnection() {
+    QFETCH(QString, unit);
+    QFETCH(bool, ctrlS);
+    QFETCH(QString, box);
+    QFETCH(QString, status);
+    SimulatorProcess sim(unit == "refusing" ? QStringList{"--refuse-after", "0"} : QStringList{});
+    QVERIFY(sim.Started());
+    MuteListener mute;
+    const std::string address = unit == "sim" || unit == "refusing" ? sim.Address()
+                                : unit == "mute"                    ? "127.0.0.1:" + std::to_string(mute.Port())
+                                : unit == "nothing"                 ? "127.0.0.1:" + std::to_string(FreePort())
+                                                                    : "";
+    Harness h(address);
+    QSignalSpy done(h.cycle.get(), &AcquisitionCycle::connectFinished);
+    h.cycle->timerConnection_Timer();
+    if (ctrlS) {
+      QTRY_VERIFY_WITH_TIMEOUT(h.notices.SawStatus("Attempting connection to Sim (<Ctrl>S to Abort)..."), kWaitMs);
+      h.cycle->AbortConnection();
+    }
+    QVERIFY(done.wait(kWaitMs));
+    const bool connected = unit == "sim";
+    QCOMPARE(done.first().first().toBool(), connected);
+    h.CheckRunning(connected);
+    QCOMPARE(h.cycle->Connected(), connected);
+    QCOMPARE(h.cycle->Display().StatusPicture, int(connected ? kImageGreen : kImageRed));
+    QCOMPARE(h.cycle->Display().StopGoPressed, ctrlS);
+    QVERIFY(!h.cycle->Display().BusyPointer && !h.cycle->Display().ConnectingProgress);
+    QVERIFY(h.notices.SawStatus("Successful network access..."));
+    QCOMPARE(h.notices.SawStatus("Attempting connection to Sim (<Ctrl>S to Abort)..."), !address.empty());
+    QCOMPARE(QString::fromStdString(h.notices.statuses.back()), status);
+    QCOMPARE(h.cycle->StatusTimerEnabled(), ctrlS);
+    QCOMPARE(h.notices.boxes.size(), size_t(box.isEmpty() ? 0 : 1));
+    if (!box.isEmpty()) {
+      QCOMPARE(QString::fromStdString(h.notices.boxes[0].title), box);
+      QCOMPARE(h.notices.boxes[0].text,
+               "A connection to the Tavrix modem [Sim] at IP address " + address + " could not be established!");
+      QVERIFY(h.notices.boxes[0].icon == MessageIcon::Critical);
+    }
+    // With no unit current, the commands have nothing to act on.
+    if (address.empty()) {
+      h.cycle->StopGo_Click();
+      h.cycle->SingleStep_Click();
+      QVERIFY(!h.cycle->Connecting() && !h.cycle->TickInProgress());
+      QCOMPARE(QString::fromStdString(h.notices.statuses.back()), status);
+    }
+  }
+
+  void onePoll_data() {
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<bool>("step");      // a single step from stopped, rather than a poll
+    QTest::addColumn<bool>("yes");       // the answer to the connection-lost question
+    QTest::addColumn<int>("blocks");     // processed
+    QTest::addColumn<int>("requested");  // of ReadFromFile
+    QTest::newRow("whole block") << QStringList{} << false << true << 1 << kNominalBlockLength;
+    QTest::newRow("no size") << QStringList{"--no-size"} << false << true << 1 << kNominalBlockLength;
+    QTest::newRow("empty read") << QStringList{"--short-block", "0"} << false << true << 0 << 0;
+    QTest::newRow("lost, Yes") << QStringList{"--refuse-after", "1"} << false << true << 0 << 0;
+    QTest::newRow("lost, No") << QStringList{"--refuse-after", "1"} << false << false << 0 << 0;
+    QTest::newRow("single step") << QStringList{} << true << true << 1 << kNominalBlockLength;
+  }
+
+  void onePoll() {
+    QFETCH(QStringList, options);
+    QFETCH(bool, step);
+    QFETCH(bool, yes);
+    QFETCH(int, blocks);
+    QFETCH(int, requested);
+    SimulatorProcess sim(options);
     QVERIFY(sim.Started());
     Harness h(sim.Address());
-    QVERIFY(h.ConnectFirst());
-    QVERIFY(h.notices.SawStatus("Successful network access..."));
-    QVERIFY(h.notices.SawStatus("Attempting connection to Sim (<Ctrl>S to Abort)..."));
-    QVERIFY(h.notices.SawStatus("Successful connection established to Sim..."));
-    QVERIFY(h.cycle->PollEnabled());
-    QCOMPARE(h.cycle->Display().StopGoCaption, std::string("&Stop Data Set Updates"));
-    QVERIFY(!h.cycle->Stopped());
-
-    QVERIFY(h.Poll());
-    QCOMPARE(sim.Count("CONNECT"), 3);  // the one from start-up, the read, and one left open
+    h.notices.answer = yes ? MessageAnswer::Yes : MessageAnswer::No;
+    if (step) {
+      QSignalSpy ticks(h.cycle.get(), &AcquisitionCycle::tickFinished);
+      h.cycle->SingleStep_Click();
+      QVERIFY(ticks.wait(kWaitMs));
+    } else {
+      QVERIFY(h.ConnectFirst());
+      QVERIFY(h.Poll());
+    }
+    // A lost unit refuses the read's connection: the read finds none and asks.
+    const bool lost = options.contains("--refuse-after");
     QCOMPARE(sim.Count("STOR capt_spec:"), 1);
-    QCOMPARE(sim.Count("RETR spectrum:"), 1);
-    QCOMPARE(h.blocks.size(), size_t(1));
-    QCOMPARE(h.blocks[0].size(), size_t(kNominalBlockLength));
-    QCOMPARE(h.blocks[0], sim.ServedBlock(1));  // byte for byte as served
-    QCOMPARE(h.cycle->State().RawBlock, h.blocks[0]);
-    QCOMPARE(h.cycle->State().LastReadRequest, kNominalBlockLength);
-    QVERIFY(!h.cycle->State().RequestBusy && !h.cycle->State().FetchBusy);
-    QVERIFY(h.cycle->PollEnabled());
-    QVERIFY(h.notices.boxes.empty());
-
+    QCOMPARE(sim.Count("RETR spectrum:"), lost ? 0 : 1);
+    QCOMPARE(sim.Count("CONNECT"), lost ? 1 : 3);  // the first, the read's, and one left for the next tick
+    QCOMPARE(h.blocks.size(), size_t(blocks));
+    if (blocks > 0) {
+      QCOMPARE(h.blocks[0], sim.ServedBlock(1));  // byte for byte as served
+      QCOMPARE(h.cycle->State().RawBlock, h.blocks[0]);
+    }
+    QCOMPARE(h.cycle->State().LastReadRequest, requested);
+    QVERIFY(!h.cycle->State().RequestBusy && !h.cycle->State().FetchBusy && !h.cycle->TickInProgress());
+    h.CheckRunning(!lost && !step);
+    QCOMPARE(h.cycle->Connected(), yes);
+    QCOMPARE(h.cycle->State().LostShown, lost);
+    QCOMPARE(h.notices.SawStatus("Communications have been aborted!"), !yes);
+    QCOMPARE(h.cycle->StatusTimerEnabled(), !yes);
+    QCOMPARE(h.notices.boxes.size(), size_t(lost ? 1 : 0));  // the refused reconnection says nothing
+    if (lost) {
+      const auto& box = h.notices.boxes[0];
+      QCOMPARE(box.text, "The connection to the Tavrix modem [Sim] at IP address " + sim.Address() +
+                             " has been lost!  Do you wish to re-establish communications?");
+      QCOMPARE(box.title, std::string("Server Connection Lost"));
+      QVERIFY(box.buttons == MessageButtons::YesNo && box.icon == MessageIcon::Critical);
+    }
+    if (lost || step) return;
+    // The connection left open carries the next tick, which takes a new capture.
     QVERIFY(h.Poll());
     QCOMPARE(sim.Count("STOR capt_spec:"), 2);
-    QCOMPARE(h.blocks.size(), size_t(2));
-    QVERIFY(h.blocks[0] != h.blocks[1]);  // each request takes a new capture
+    QCOMPARE(h.blocks.size(), size_t(2 * blocks));
+    if (blocks > 0) QVERIFY(h.blocks[0] != h.blocks[1]);
+    h.CheckRunning(true);
   }
 
-  void unitWithoutSizeIsReadAsANominalBlock() {
-    SimulatorProcess sim({"--no-size"});
-    QVERIFY(sim.Started());
-    Harness h(sim.Address());
-    QVERIFY(h.ConnectFirst());
-    QVERIFY(h.Poll());
-    QCOMPARE(h.cycle->State().LastReadRequest, kNominalBlockLength);
-    QCOMPARE(h.blocks.size(), size_t(1));
-    QCOMPARE(h.blocks[0].size(), size_t(kNominalBlockLength));
+  void stopAndStart_data() {
+    QTest::addColumn<bool>("resumes");
+    QTest::newRow("resumed") << true;
+    QTest::newRow("resume refused") << false;
   }
 
-  void emptyReadIsAProcessedFetchWithoutUpdate() {
-    SimulatorProcess sim({"--short-block", "0"});
-    QVERIFY(sim.Started());
-    Harness h(sim.Address());
-    QVERIFY(h.ConnectFirst());
-    QVERIFY(h.Poll());
-    QVERIFY(h.blocks.empty());
-    QCOMPARE(sim.Count("RETR spectrum:"), 1);
-    QCOMPARE(sim.Count("CONNECT"), 3);  // the fetch counted: the connection for the next tick was made
-    QVERIFY(h.notices.boxes.empty());
-  }
-
-  void lostConnectionAnsweredNoStopsUpdates() {
-    SimulatorProcess sim({"--refuse-after", "1"});
-    QVERIFY(sim.Started());
-    Harness h(sim.Address());
-    h.notices.answer = MessageAnswer::No;
-    QVERIFY(h.ConnectFirst());
-    QVERIFY(h.Poll());
-    // The refused reconnection says nothing (the unit was reached before); the read then
-    // finds no connection and asks.
-    QCOMPARE(h.notices.boxes.size(), size_t(1));
-    const auto& box = h.notices.boxes[0];
-    QCOMPARE(box.text, "The connection to the Tavrix modem [Sim] at IP address " + sim.Address() +
-                           " has been lost!  Do you wish to re-establish communications?");
-    QCOMPARE(box.title, std::string("Server Connection Lost"));
-    QVERIFY(box.buttons == MessageButtons::YesNo);
-    QVERIFY(box.icon == MessageIcon::Critical);
-    QVERIFY(h.notices.SawStatus("Communications have been aborted!"));
-    QVERIFY(h.cycle->StatusTimerEnabled());
-    QVERIFY(h.cycle->Stopped());
-    QVERIFY(!h.cycle->Connected());
-    QVERIFY(!h.cycle->PollEnabled());
-    QVERIFY(h.cycle->Display().StopGoPressed);
-    QCOMPARE(h.cycle->Display().StopGoCaption, std::string("&Start Data Set Updates"));
-    QVERIFY(h.cycle->State().LostShown);
-    QVERIFY(h.blocks.empty());
-
-    h.cycle->timerStatus_Timer();
-    QCOMPARE(h.notices.statuses.back(), std::string());
-  }
-
-  void lostConnectionAnsweredYesKeepsPolling() {
-    SimulatorProcess sim({"--refuse-after", "1"});
-    QVERIFY(sim.Started());
-    Harness h(sim.Address());
-    h.notices.answer = MessageAnswer::Yes;
-    QVERIFY(h.ConnectFirst());
-    QVERIFY(h.Poll());
-    QCOMPARE(h.notices.boxes.size(), size_t(1));
-    QCOMPARE(h.notices.boxes[0].title, std::string("Server Connection Lost"));
-    QVERIFY(h.cycle->Connected());
-    QVERIFY(!h.cycle->Stopped());
-    QVERIFY(h.cycle->PollEnabled());
-    QVERIFY(h.cycle->State().LostShown);
-    QVERIFY(!h.notices.SawStatus("Communications have been aborted!"));
-  }
-
-  void refusedFirstConnectionSaysSo() {
-    SimulatorProcess sim({"--refuse-after", "0"});
-    QVERIFY(sim.Started());
-    Harness h(sim.Address());
-    QVERIFY(!h.ConnectFirst());
-    QCOMPARE(h.notices.boxes.size(), size_t(1));
-    QCOMPARE(h.notices.boxes[0].text, "A connection to the Tavrix modem [Sim] at IP address " + sim.Address() +
-                                          " could not be established!");
-    QCOMPARE(h.notices.boxes[0].title, std::string("Cannot Connect To Server"));
-    QVERIFY(h.notices.boxes[0].icon == MessageIcon::Critical);
-    QVERIFY(!h.cycle->PollEnabled());
-    QVERIFY(!h.cycle->Display().StopGoPressed);
-    QCOMPARE(h.cycle->Display().StopGoCaption, std::string("&Start Data Set Updates"));
-    QCOMPARE(h.cycle->Display().StatusPicture, int(kImageRed));
-    QVERIFY(!h.cycle->Display().BusyPointer);
-  }
-
-  void nothingListeningIsReportedToo() {
-    Harness h("127.0.0.1:" + std::to_string(FreePort()));
-    QVERIFY(!h.ConnectFirst());
-    QCOMPARE(h.notices.boxes.size(), size_t(1));
-    QCOMPARE(h.notices.boxes[0].title, std::string("Cannot Connect To Server"));
-  }
-
-  void singleStepTakesExactlyOneCapture() {
-    SimulatorProcess sim;
-    QVERIFY(sim.Started());
-    Harness h(sim.Address());
-    QVERIFY(h.cycle->Stopped());
-    QSignalSpy ticks(h.cycle.get(), &AcquisitionCycle::tickFinished);
-    h.cycle->SingleStep_Click();
-    QVERIFY(ticks.wait(kWaitMs));
-    QCOMPARE(sim.Count("STOR capt_spec:"), 1);
-    QCOMPARE(sim.Count("RETR spectrum:"), 1);
-    QCOMPARE(h.blocks.size(), size_t(1));
-    QVERIFY(!h.cycle->PollEnabled());
-    QVERIFY(h.cycle->Stopped());
-    QVERIFY(!h.cycle->TickInProgress());
-    QVERIFY(h.notices.SawStatus("Successful connection established to Sim..."));
-  }
-
-  void stopAndStartTexts() {
-    SimulatorProcess sim;
+  void stopAndStart() {
+    QFETCH(bool, resumes);
+    SimulatorProcess sim(resumes ? QStringList{} : QStringList{"--refuse-after", "1"});
     QVERIFY(sim.Started());
     Harness h(sim.Address());
     QVERIFY(h.ConnectFirst());
     h.cycle->StopGo_Click();
-    QVERIFY(h.cycle->Stopped());
-    QVERIFY(!h.cycle->PollEnabled());
+    h.CheckRunning(false);
     QVERIFY(h.cycle->Display().StopGoPressed);
     QCOMPARE(h.cycle->Display().StopGoImage, int(kImageRed));
-    QCOMPARE(h.cycle->Display().StopGoCaption, std::string("&Start Data Set Updates"));
-    QVERIFY(h.cycle->Display().SingleStepEnabled);
     QCOMPARE(h.notices.statuses.back(), std::string("Tavrix communication has been halted!"));
+    QVERIFY(h.cycle->StatusTimerEnabled());
+    h.cycle->timerStatus_Timer();
+    QCOMPARE(h.notices.statuses.back(), std::string());
 
     QSignalSpy connected(h.cycle.get(), &AcquisitionCycle::connectFinished);
     h.cycle->StopGo_Click();
     QVERIFY(connected.wait(kWaitMs));
-    QVERIFY(!h.cycle->Stopped());
-    QVERIFY(h.cycle->PollEnabled());
+    QCOMPARE(h.cycle->Stopped(), !resumes);
+    QCOMPARE(h.cycle->PollEnabled(), resumes);
+    QCOMPARE(h.cycle->Display().SingleStepEnabled, !resumes);
     QVERIFY(!h.cycle->Display().StopGoPressed);
-    QCOMPARE(h.cycle->Display().StopGoCaption, std::string("&Stop Data Set UpdatesS"));
-    QCOMPARE(h.notices.statuses.back(), std::string("Tavrix communication has been resumed!"));
-  }
+    QCOMPARE(h.cycle->Display().StopGoCaption, std::string(resumes ? kResumedStopCaption : kStartCaption));
+    QCOMPARE(h.cycle->Display().StopGoImage, int(resumes ? kImageGreen : kImageRed));
+    QCOMPARE(h.cycle->Display().StatusPicture, int(resumes ? kImageGreen : kImageRed));
+    QCOMPARE(h.notices.SawStatus("Tavrix communication has been resumed!"), resumes);
+    QCOMPARE(h.cycle->StatusTimerEnabled(), resumes);
+    QVERIFY(h.notices.boxes.empty());  // the unit was reached before
 
-  void ctrlSAbortsAConnectionAttempt() {
-    MuteListener peer;
-    Harness h("127.0.0.1:" + std::to_string(peer.Port()));
-    QSignalSpy done(h.cycle.get(), &AcquisitionCycle::connectFinished);
-    h.cycle->timerConnection_Timer();
-    QTRY_VERIFY_WITH_TIMEOUT(h.notices.SawStatus("Attempting connection to Sim (<Ctrl>S to Abort)..."), kWaitMs);
-    h.cycle->AbortConnection();
-    QVERIFY(done.wait(kWaitMs));
-    QVERIFY(!done.first().first().toBool());
-    QVERIFY(h.notices.boxes.empty());
-    QVERIFY(h.cycle->Stopped());
-    QVERIFY(!h.cycle->PollEnabled());
-    QCOMPARE(h.cycle->Display().StopGoCaption, std::string("&Start Data Set Updates"));
-    QCOMPARE(h.notices.statuses.back(), std::string("Tavrix communication has been halted!"));
+    // The unit is no longer current: there is nothing to step.
+    h.modem.reset();
+    h.cycle->CurrentModemChanged();
+    QVERIFY(!h.cycle->Display().SingleStepEnabled);
   }
 
   void stallingUnitNeitherBlocksTheWindowNorOutlivesAStop() {
@@ -288,8 +247,7 @@ class AcquisitionCycleTest : public QObject {
     h.cycle->StopGo_Click();
     QVERIFY(done.wait(kWaitMs));
     QCOMPARE(done.size(), 1);
-    QVERIFY(h.cycle->Stopped());
-    QVERIFY(!h.cycle->PollEnabled());
+    h.CheckRunning(false);
     QCOMPARE(sim.Count("STOR capt_spec:"), 1);
     QCOMPARE(sim.Count("CONNECT"), 2);
   }

@@ -1,0 +1,33 @@
+#pragma once
+// Stands in for the window's notices in link tests: records what the operator would see
+// and answers a Yes/No question from a script (any other box with OK).
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "common/notices.h"
+
+namespace tavrix::testing {
+
+class RecordingNotices : public Notices {
+ public:
+  struct Box {
+    std::string text, title;
+    MessageButtons buttons;
+    MessageIcon icon;
+  };
+  void ShowStatus(const std::string& text, bool) override { statuses.push_back(text); }
+  MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
+                    MessageIcon icon) override {
+    boxes.push_back({text, title, buttons, icon});
+    return buttons == MessageButtons::YesNo ? answer : MessageAnswer::Ok;
+  }
+  bool SawStatus(const std::string& text) const {
+    return std::find(statuses.begin(), statuses.end(), text) != statuses.end();
+  }
+  std::vector<std::string> statuses;
+  std::vector<Box> boxes;
+  MessageAnswer answer = MessageAnswer::Yes;
+};
+
+}  // namespace tavrix::testing
