@@ -1,16 +1,16 @@
-// The FTP client against the simulated demodulator: reads and writes of the two pseudo-files,
-// every fault the unit can show (no size, short block, refused request, refused or mute
-// connection, stall, drop), the bounded waits and the abort flag, the other operations of
-// the class, and its messages.
-#include <QDir>
+// The FTP client against the simulated demodulator: reads and the capture request on one
+// connection, every fault the unit can show (no size, short block, refused request,
+// refused or mute connection, stall, drop), the bounded waits and the abort flag, proxies
+// in the environment, the other operations of the class, and its messages.
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
 
-
 #include <atomic>
 #include <chrono>
+#include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,6 +18,7 @@
 #include "link/ftp_server.h"
 #include "link/ftp_text.h"
 #include "link/loopback_peers.h"
+#include "link/recording_notices.h"
 #include "link/simulator_process.h"
 #include "test_support.h"
 
@@ -29,41 +30,17 @@ namespace {
 constexpr int kBlock = 8224;
 constexpr int kHalfBlock = kBlock / 2;
 
-class RecordingNotices : public Notices {
- public:
-  struct Box {
-    std::string text, title;
-    MessageButtons buttons;
-    MessageIcon icon;
-  };
-  void ShowStatus(const std::string& text, bool) override { statuses.push_back(text); }
-  MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
-                    MessageIcon icon) override {
-    boxes.push_back({text, title, buttons, icon});
-    return MessageAnswer::Ok;
-  }
-  std::vector<std::string> statuses;
-  std::vector<Box> boxes;
-};
+const FtpLimits kFast{.connectTimeoutMs = 1000, .transferTimeoutMs = 3000, .stallTimeoutMs = 400, .releasePauseMs = 0};
 
-FtpLimits FastLimits() {
-  FtpLimits limits;
-  limits.connectTimeoutMs = 1000;
-  limits.transferTimeoutMs = 3000;
-  limits.stallTimeoutMs = 400;
-  limits.releasePauseMs = 0;
-  return limits;
-}
-
-std::unique_ptr<FTP_Server> Client(const std::string& address, Notices* notices = nullptr,
-                                   FtpLimits limits = FastLimits()) {
+std::unique_ptr<FTP_Server> Client(const std::string& address, Notices* notices = nullptr, FtpLimits limits = kFast) {
   auto client = std::make_unique<FTP_Server>(notices, limits);
   client->SetServerName(address);
   client->ConnectToServer();
   return client;
 }
 
-// Opens `name`, reads what the server reported as its size, and returns the count read.
+// Opens `name` and reads the size the server reported (8224 when none); the count read,
+// or -1 when the file did not open.
 int32_t Read(FTP_Server& client, const std::string& name = "spectrum:") {
   client.SetReadFileName(name);
   if (!client.OpenForRead()) return -1;
@@ -79,64 +56,89 @@ int32_t Write(FTP_Server& client, const std::string& bytes, const std::string& n
   return client.WriteToFile();
 }
 
-// The log from the first CONNECT on, with the port numbers of PORT commands left out.
-QStringList Session(const SimulatorProcess& sim) {
-  QStringList lines = sim.LogLines();
-  while (!lines.isEmpty() && lines.first() != "CONNECT") lines.removeFirst();
-  for (QString& line : lines)
-    if (line.startsWith("PORT ")) line = "PORT";
-  return lines;
-}
-
-std::string FileBytes(const QString& path) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly)) return "<missing>";
-  const QByteArray bytes = file.readAll();
-  return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
-}
-
 void WriteBytes(const QString& path, const QByteArray& bytes) {
   QFile file(path);
   QVERIFY(file.open(QIODevice::WriteOnly));
   file.write(bytes);
 }
 
-std::string Local(int port) { return "127.0.0.1:" + std::to_string(port); }
-
-// Variables of the test process set for one scope ("name=value", %1 replaced by `port`),
-// and put back as they were when it ends.
+// Variables of the test process ("name=value") set for one scope, then put back as they were.
 class ScopedEnvironment {
  public:
-  ScopedEnvironment(const QStringList& assignments, int port) {
+  explicit ScopedEnvironment(const QStringList& assignments) {
     for (const QString& assignment : assignments) {
       const QByteArray name = assignment.section('=', 0, 0).toUtf8();
-      saved_.push_back({name, qgetenv(name.constData()), qEnvironmentVariableIsSet(name.constData())});
-      const QString value = assignment.section('=', 1);
-      qputenv(name.constData(), (value.contains("%1") ? value.arg(port) : value).toUtf8());
+      saved_.emplace_back(name, qEnvironmentVariableIsSet(name.constData()) ? std::optional(qgetenv(name.constData()))
+                                                                             : std::nullopt);
+      qputenv(name.constData(), assignment.section('=', 1).toUtf8());
     }
   }
   ~ScopedEnvironment() {
-    for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
-      if (it->wasSet)
-        qputenv(it->name.constData(), it->value);
-      else
-        qunsetenv(it->name.constData());
-    }
+    for (auto it = saved_.rbegin(); it != saved_.rend(); ++it)
+      it->second ? void(qputenv(it->first.constData(), *it->second)) : void(qunsetenv(it->first.constData()));
   }
-  ScopedEnvironment(const ScopedEnvironment&) = delete;
-  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
 
  private:
-  struct Saved {
-    QByteArray name, value;
-    bool wasSet;
-  };
-  std::vector<Saved> saved_;
+  std::vector<std::pair<QByteArray, std::optional<QByteArray>>> saved_;
+};
+
+// What the unit (or the network, or the operator) does, and what the client then says: a
+// connection that fails, a refused write, or a read of "spectrum:" that gets less than a
+// whole block with its size. In the texts {sim} is the simulator's port, {mute} a port
+// that accepts and never answers, {free} a port where nothing listens, {address} the
+// unit's address.
+constexpr int kNoAbort = -1, kWhenStalled = -2;
+constexpr const char* kBadAddress = "not an address[:port]: \"{address}\"";
+struct Fault {
+  const char* name = "";
+  const char* address = "127.0.0.1:{sim}";
+  QStringList options = {};      // of the simulator
+  QStringList environment = {};  // of the test process
+  int stallMs = 0, transferMs = 0, maxRead = 0;  // 0: as in kFast
+  int abortMs = kNoAbort;   // the operator's flag: 0 set before, or after so many ms, or kWhenStalled
+  bool connects = true;
+  const char* file = "capt_spec:";
+  const char* write = nullptr;  // bytes written to `file` instead of a read of "spectrum:"
+  const char* why = "";         // LastErrorText after the connection, read or write; empty when complete
+  int reported = kBlock, length = kBlock;
+};
+const QStringList kStall{"--stall-transfer", "30"};
+const Fault kFaults[] = {
+    {.name = "dotted address"},
+    {.name = "host name", .address = "localhost:{sim}"},
+    {.name = "all_proxy set", .environment = {"all_proxy=socks5://127.0.0.1:{free}"}},
+    {.name = "ftp_proxy set",
+     .address = "localhost:{sim}",
+     .environment = {"ftp_proxy=http://127.0.0.1:{free}", "ALL_PROXY=http://127.0.0.1:{free}", "no_proxy=example.com"}},
+    {.name = "port 0", .address = "127.0.0.1:0", .connects = false, .why = kBadAddress},
+    {.name = "port 65536", .address = "127.0.0.1:65536", .connects = false, .why = kBadAddress},
+    {.name = "empty port", .address = "127.0.0.1:", .connects = false, .why = kBadAddress},
+    {.name = "trailing letters", .address = "127.0.0.1:{sim}x", .connects = false, .why = kBadAddress},
+    {.name = "refused", .options = {"--refuse-after", "0"}, .connects = false, .why = "connection refused"},
+    {.name = "nothing listening", .address = "127.0.0.1:{free}", .connects = false, .why = "connection refused"},
+    {.name = "mute, time-out", .address = "127.0.0.1:{mute}", .connects = false, .why = "timed out"},
+    {.name = "mute, abort", .address = "127.0.0.1:{mute}", .abortMs = 200, .connects = false, .why = "aborted"},
+    {.name = "abort flag already set", .abortMs = 0, .connects = false, .why = "aborted"},
+    {.name = "request rejected", .options = {"--reject-capture"}, .write = "\x01",
+     .why = "refused: 550 Capture request rejected."},
+    {.name = "request not the byte 1", .write = "\x02",
+     .why = "refused: 550 Capture request must be the single byte 1."},
+    {.name = "read-only file", .file = "spectrum:", .write = "\x01", .why = "refused: 550 Permission denied."},
+    {.name = "SIZE refused, 550", .options = {"--no-size", "550"}, .reported = -1},
+    {.name = "SIZE unknown, 502", .options = {"--no-size", "502"}, .reported = -1},
+    {.name = "short block", .options = {"--short-block", "100"}, .reported = 100, .length = 100},
+    {.name = "empty block", .options = {"--short-block", "0"}, .reported = 0, .length = 0},
+    {.name = "read limit", .maxRead = 1000, .why = "read limit reached", .length = 1000},
+    {.name = "stall", .options = kStall, .why = "transfer stalled", .length = kHalfBlock},
+    {.name = "stall past the time-out", .options = kStall, .stallMs = 20000, .transferMs = 800, .why = "timed out",
+     .length = kHalfBlock},
+    {.name = "dropped", .options = {"--drop-mid-transfer"}, .why = "connection dropped", .length = kHalfBlock},
+    {.name = "abort flag", .options = kStall, .abortMs = kWhenStalled, .why = "aborted", .length = kHalfBlock},
 };
 
 }  // namespace
 
-#define START_SIMULATOR(sim, ...)              \
+#define START_SIMULATOR(sim, ...)                 \
   SimulatorProcess sim{QStringList{__VA_ARGS__}}; \
   QVERIFY2(sim.Started(), qPrintable("simulator did not start: " + sim.ErrorText()))
 
@@ -144,139 +146,123 @@ class FtpServerTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void readsTheBlockAsServedAndReleasesTheConnection() {
+  void readsAndTheCaptureRequestShareOneConnection() {
     START_SIMULATOR(sim);
     {
       auto client = Client(sim.Address());
       QVERIFY(client->ConnectedToInternet() && client->IsConnected());
       client->SetReadFileName("spectrum:");
       QVERIFY(client->OpenForRead());
-      QVERIFY(!client->CloseFile());  // an open file: the bytes are let go
+      QVERIFY(!client->CloseFile());  // an open file: its bytes are let go
       QCOMPARE(Read(*client), kBlock);
-      QCOMPARE(client->ReadBuffer(), sim.ServedBlock(2));
+      QCOMPARE(Write(*client, std::string(1, '\x01')), 1);
+      QCOMPARE(Read(*client), kBlock);
+      QVERIFY(sim.ServedBlock(2) != sim.ServedBlock(3));
+      QCOMPARE(client->ReadBuffer(), sim.ServedBlock(2) + sim.ServedBlock(3));  // reads append
       QCOMPARE(client->LastErrorText(), std::string());
     }
     QVERIFY(sim.WaitForCount("DISCONNECT", 1));
-    const QStringList expected{"CONNECT", "USER anonymous", "PASS ****", "PWD",
-                               "SIZE spectrum:", "PORT", "TYPE I", "RETR spectrum:", "SENT 8224 complete",
-                               "SIZE spectrum:", "PORT", "RETR spectrum:", "SENT 8224 complete",
-                               "QUIT", "DISCONNECT"};
-    QCOMPARE(Session(sim), expected);
+    QStringList session = sim.LogLines();
+    for (QString& line : session)
+      if (line.startsWith("PORT ")) line = "PORT";  // its port number varies
+    QCOMPARE(session.mid(session.indexOf("CONNECT")).join('|'),
+             "CONNECT|USER anonymous|PASS ****|PWD|SIZE spectrum:|PORT|TYPE I|RETR spectrum:|SENT 8224 complete|"
+             "SIZE spectrum:|PORT|RETR spectrum:|SENT 8224 complete|PORT|STOR capt_spec:|RECEIVED 1 complete|"
+             "CAPTURE 1|SIZE spectrum:|PORT|RETR spectrum:|SENT 8224 complete|QUIT|DISCONNECT");
     QCOMPARE(sim.ErrorText(), QString());
   }
 
-  void captureRequestAndReadsAppendOnOneConnection() {
-    START_SIMULATOR(sim);
-    auto client = Client(sim.Address());
-    QCOMPARE(Read(*client), kBlock);
-    QCOMPARE(Write(*client, std::string(1, '\x01')), 1);
-    QCOMPARE(Read(*client), kBlock);
-    QVERIFY(sim.ServedBlock(1) != sim.ServedBlock(2));
-    QCOMPARE(client->ReadBuffer(), sim.ServedBlock(1) + sim.ServedBlock(2));
-    const QStringList session = Session(sim);
-    const qsizetype stor = session.indexOf("STOR capt_spec:");
-    QCOMPARE(session.mid(stor - 1, 4), (QStringList{"PORT", "STOR capt_spec:", "RECEIVED 1 complete", "CAPTURE 1"}));
-    QCOMPARE(sim.Count("CONNECT"), 1);
+  void faults_data() {
+    QTest::addColumn<int>("row");
+    for (size_t i = 0; i < std::size(kFaults); ++i) QTest::newRow(kFaults[i].name) << int(i);
   }
 
-  void refusedWritesReturnZero_data() {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("reply");
-    QTest::newRow("request rejected") << QStringList{"--reject-capture"} << "capt_spec:" << QByteArray("\x01")
-                                      << "550 Capture request rejected.";
-    QTest::newRow("not the byte 1") << QStringList{} << "capt_spec:" << QByteArray("\x02")
-                                    << "550 Capture request must be the single byte 1.";
-    QTest::newRow("read-only file") << QStringList{} << "spectrum:" << QByteArray("\x01")
-                                    << "550 Permission denied.";
-  }
-
-  void refusedWritesReturnZero() {
-    QFETCH(QStringList, options);
-    QFETCH(QString, name);
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, reply);
-    START_SIMULATOR(sim, options);
+  void faults() {
+    QFETCH(int, row);
+    const Fault& f = kFaults[row];
+    START_SIMULATOR(sim, f.options);
+    MuteListener mute;
+    const int freePort = FreePort();
+    auto fill = [&](QString text) {
+      return text.replace("{address}", f.address)
+          .replace("{sim}", QString::number(sim.Port()))
+          .replace("{mute}", QString::number(mute.Port()))
+          .replace("{free}", QString::number(freePort));
+    };
+    QStringList environment;
+    for (const QString& assignment : f.environment) environment << fill(assignment);
+    ScopedEnvironment proxies(environment);
+    FtpLimits limits = kFast;
+    if (f.stallMs != 0) limits.stallTimeoutMs = f.stallMs;
+    if (f.transferMs != 0) limits.transferTimeoutMs = f.transferMs;
+    if (f.maxRead != 0) limits.maxReadBytes = static_cast<size_t>(f.maxRead);
+    std::atomic<bool> abort{f.abortMs == 0};
+    if (f.abortMs != kNoAbort) {
+      limits.connectTimeoutMs = limits.transferTimeoutMs = limits.stallTimeoutMs = 30000;  // only the flag ends a wait
+      limits.abort = &abort;
+    }
     RecordingNotices notices;
-    auto client = Client(sim.Address(), &notices);
-    QCOMPARE(Write(*client, bytes.toStdString(), name.toStdString()), 0);
-    QCOMPARE(QString::fromStdString(client->LastErrorText()), "refused: " + reply);
-    QCOMPARE(sim.Count("CAPTURE 1"), 0);
+    std::unique_ptr<FTP_Server> client;
+    bool opened = false;
+    {
+      std::jthread operatorKey([&] {
+        if (f.abortMs == kWhenStalled) sim.WaitForCount("STALL 30", 1);
+        if (f.abortMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(f.abortMs));
+        if (f.abortMs != kNoAbort) abort = true;
+      });
+      client = Client(fill(f.address).toStdString(), &notices, limits);
+      client->SetReadFileName("spectrum:");
+      if (client->IsConnected() && f.write == nullptr) opened = client->OpenForRead();  // the retrieval
+    }
+    const int32_t written = client->IsConnected() && f.write != nullptr ? Write(*client, f.write, f.file) : -1;
+    const std::string why = fill(f.why).toStdString();
+    QCOMPARE(client->LastErrorText(), why);
+    QVERIFY(client->ConnectedToInternet());
+    QCOMPARE(client->IsConnected(), f.connects);
+    QCOMPARE(sim.Count("CONNECT"), f.connects ? 1 : 0);
+    if (f.connects && f.write != nullptr) {
+      QCOMPARE(written, 0);
+      QCOMPARE(sim.Count("CAPTURE 1"), 0);
+      client->ShowLastResponseInfo();
+      QCOMPARE(notices.boxes.size(), size_t(1));
+      QCOMPARE(notices.boxes[0].text, why.substr(std::string("refused: ").size()) + "\r\n");
+      QCOMPARE(notices.boxes[0].title, std::string("FPT Error 550"));
+      QCOMPARE(Read(*client), kBlock);  // a refusal leaves the connection as it was
+      return;
+    }
+    if (f.connects) {
+      QVERIFY(opened);
+      QCOMPARE(client->GetFileSize(), f.reported);
+      int32_t size = kBlock;
+      QCOMPARE(client->ReadFromFile(size), f.length);
+      QCOMPARE(client->ReadBuffer(), sim.ServedBlock(1).substr(0, static_cast<size_t>(f.length)));
+      // A transfer cut short takes its connection along, and the client never logs in again by itself.
+      QCOMPARE(Read(*client), why.empty() ? f.length : -1);
+      if (!why.empty()) QCOMPARE(client->LastErrorText(), std::string(why == "aborted" ? why : "connection closed"));
+      return;
+    }
+    // Unconnected, every operation fails, and there is no server reply to show.
+    QCOMPARE(Read(*client), -1);
+    QCOMPARE(Write(*client, std::string(1, '\x01')), -1);
+    QCOMPARE(client->GetCurrentDirectory(), std::string());
+    client->SetDeleteFileName("spectrum:");
+    QVERIFY(!client->DeleteFile());
+    QCOMPARE(client->FindFirstFile(), 0u);
     client->ShowLastResponseInfo();
     QCOMPARE(notices.boxes.size(), size_t(1));
-    QCOMPARE(QString::fromStdString(notices.boxes[0].text), reply + "\r\n");
-    QCOMPARE(notices.boxes[0].title, std::string("FPT Error 550"));
-    QCOMPARE(Read(*client), kBlock);  // a refusal leaves the connection as it was
-    QCOMPARE(sim.Count("CONNECT"), 1);
+    QCOMPARE(notices.boxes[0].text, std::string("Last response information could not be read!"));
+    QCOMPARE(notices.boxes[0].title, std::string("FTP"));
   }
 
-  void blocksOfOtherSizes_data() {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<int>("reported");
-    QTest::addColumn<int>("length");
-    QTest::newRow("SIZE refused, 550") << QStringList{"--no-size", "550"} << -1 << kBlock;
-    QTest::newRow("SIZE unknown, 502") << QStringList{"--no-size", "502"} << -1 << kBlock;
-    QTest::newRow("short block") << QStringList{"--short-block", "100"} << 100 << 100;
-    QTest::newRow("empty block") << QStringList{"--short-block", "0"} << 0 << 0;
-  }
-
-  void blocksOfOtherSizes() {
-    QFETCH(QStringList, options);
-    QFETCH(int, reported);
-    QFETCH(int, length);
-    START_SIMULATOR(sim, options);
-    auto client = Client(sim.Address());
-    client->SetReadFileName("spectrum:");
-    QVERIFY(client->OpenForRead());
-    QCOMPARE(client->GetFileSize(), reported);
-    int32_t size = kBlock;
-    QCOMPARE(client->ReadFromFile(size), length);
-    QCOMPARE(client->ReadBuffer(), sim.ServedBlock(1));
-  }
-
-  void transferCutShortKeepsTheBytesThatArrived_data() {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<long>("stallMs");
-    QTest::addColumn<long>("transferMs");
-    QTest::addColumn<QString>("why");
-    QTest::newRow("stall") << QStringList{"--stall-transfer", "30"} << 400L << 20000L << "transfer stalled";
-    QTest::newRow("stall past the transfer time-out") << QStringList{"--stall-transfer", "30"} << 20000L << 800L
-                                                      << "timed out";
-    QTest::newRow("dropped connection") << QStringList{"--drop-mid-transfer"} << 400L << 3000L << "connection dropped";
-  }
-
-  void transferCutShortKeepsTheBytesThatArrived() {
-    QFETCH(QStringList, options);
-    QFETCH(long, stallMs);
-    QFETCH(long, transferMs);
-    QFETCH(QString, why);
-    START_SIMULATOR(sim, options);
-    FtpLimits limits = FastLimits();
-    limits.stallTimeoutMs = stallMs;
-    limits.transferTimeoutMs = transferMs;
-    auto client = Client(sim.Address(), nullptr, limits);
-    client->SetReadFileName("spectrum:");
-    QVERIFY(client->OpenForRead());
-    QCOMPARE(QString::fromStdString(client->LastErrorText()), why);
-    QCOMPARE(client->GetFileSize(), kBlock);
-    int32_t size = kBlock;
-    QCOMPARE(client->ReadFromFile(size), kHalfBlock);
-    QCOMPARE(client->ReadBuffer(), sim.ServedBlock(1).substr(0, kHalfBlock));
-    // The connection went with the transfer; the client does not log in again by itself.
-    QCOMPARE(Read(*client), -1);
-    QCOMPARE(client->LastErrorText(), std::string("connection closed"));
-    QVERIFY(client->IsConnected());
-    QCOMPARE(sim.Count("CONNECT"), 1);
-  }
-
-  void readStopsAtTheLimit() {
-    START_SIMULATOR(sim);
-    FtpLimits limits = FastLimits();
-    limits.maxReadBytes = 1000;
-    auto client = Client(sim.Address(), nullptr, limits);
-    QCOMPARE(Read(*client), 1000);
-    QCOMPARE(client->ReadBuffer(), sim.ServedBlock(1).substr(0, 1000));
+  void laterConnectionRefused() {
+    START_SIMULATOR(sim, "--refuse-after", "1");
+    auto first = Client(sim.Address());
+    QVERIFY(first->IsConnected());
+    QVERIFY(!Client(sim.Address())->IsConnected());
+    QCOMPARE(Read(*first), kBlock);  // the open session goes on
+    first->ConnectToServer();        // a new login closes it, and is refused
+    QVERIFY(!first->IsConnected());
+    QCOMPARE(Read(*first), -1);
   }
 
   void fileHandleStates() {
@@ -308,117 +294,8 @@ class FtpServerTest : public QObject {
     QCOMPARE(client->ReadBuffer(), std::string());
   }
 
-  void unreachableUnitLeavesTheClientUnconnected_data() {
-    QTest::addColumn<bool>("listening");
-    QTest::newRow("connection refused") << true;
-    QTest::newRow("nothing listening") << false;
-  }
-
-  void unreachableUnitLeavesTheClientUnconnected() {
-    QFETCH(bool, listening);
-    START_SIMULATOR(sim, "--refuse-after", "0");
-    RecordingNotices notices;
-    auto client = Client(listening ? sim.Address() : Local(FreePort()), &notices);
-    QVERIFY(client->ConnectedToInternet());
-    QVERIFY(!client->IsConnected());
-    QCOMPARE(client->LastErrorText(), std::string("connection refused"));
-    QCOMPARE(Read(*client), -1);
-    QCOMPARE(Write(*client, std::string(1, '\x01')), -1);
-    QCOMPARE(client->GetCurrentDirectory(), std::string());
-    client->SetDeleteFileName("spectrum:");
-    QVERIFY(!client->DeleteFile());
-    QCOMPARE(client->FindFirstFile(), 0u);
-    client->ShowLastResponseInfo();
-    QCOMPARE(notices.boxes.size(), size_t(1));
-    QCOMPARE(notices.boxes[0].text, std::string("Last response information could not be read!"));
-    QCOMPARE(notices.boxes[0].title, std::string("FTP"));
-    QCOMPARE(sim.Count("CONNECT"), 0);
-  }
-
-  void laterConnectionRefused() {
-    START_SIMULATOR(sim, "--refuse-after", "1");
-    auto first = Client(sim.Address());
-    QVERIFY(first->IsConnected());
-    QVERIFY(!Client(sim.Address())->IsConnected());
-    QCOMPARE(Read(*first), kBlock);  // the open session goes on
-    first->ConnectToServer();        // a new login closes it, and is refused
-    QVERIFY(!first->IsConnected());
-    QCOMPARE(Read(*first), -1);
-  }
-
-  void portFollowsTheAddress_data() {
-    QTest::addColumn<QString>("pattern");  // %1 is the simulator's port
-    QTest::addColumn<QStringList>("environment");  // %1 is a port where nothing listens
-    QTest::addColumn<bool>("reaches");
-    QTest::newRow("dotted") << "127.0.0.1:%1" << QStringList{} << true;
-    QTest::newRow("name") << "localhost:%1" << QStringList{} << true;
-    QTest::newRow("port 0") << "127.0.0.1:0" << QStringList{} << false;
-    QTest::newRow("port 65536") << "127.0.0.1:65536" << QStringList{} << false;
-    QTest::newRow("empty port") << "127.0.0.1:" << QStringList{} << false;
-    QTest::newRow("trailing letters") << "127.0.0.1:%1x" << QStringList{} << false;
-    QTest::newRow("all_proxy set") << "127.0.0.1:%1" << QStringList{"all_proxy=socks5://127.0.0.1:%1"} << true;
-    QTest::newRow("ftp_proxy set") << "localhost:%1"
-                                   << QStringList{"ftp_proxy=http://127.0.0.1:%1", "no_proxy=example.com"} << true;
-  }
-
-  void portFollowsTheAddress() {
-    QFETCH(QString, pattern);
-    QFETCH(QStringList, environment);
-    QFETCH(bool, reaches);
-    START_SIMULATOR(sim);
-    ScopedEnvironment proxies(environment, FreePort());
-    const QString address = pattern.contains("%1") ? pattern.arg(sim.Port()) : pattern;
-    auto client = Client(address.toStdString());
-    QCOMPARE(client->IsConnected(), reaches);
-    QCOMPARE(Read(*client), reaches ? kBlock : -1);
-    QCOMPARE(sim.Count("CONNECT"), reaches ? 1 : 0);
-  }
-
-  void muteUnitIsGivenUpOnTimeOrOnAbort() {
-    MuteListener mute;  // no greeting ever comes
-    QVERIFY(mute.Port() != 0);
-    const std::string address = Local(mute.Port());
-    FtpLimits limits = FastLimits();
-    limits.connectTimeoutMs = 300;
-    QVERIFY(!Client(address, nullptr, limits)->IsConnected());
-
-    // With long time-outs, only the abort flag can end the wait early.
-    std::atomic<bool> abort{false};
-    limits.connectTimeoutMs = limits.transferTimeoutMs = 30000;
-    limits.abort = &abort;
-    std::thread operatorKey([&abort] {
-      std::this_thread::sleep_for(std::chrono::milliseconds(200));
-      abort = true;
-    });
-    auto client = Client(address, nullptr, limits);
-    operatorKey.join();
-    QVERIFY(!client->IsConnected());
-    QCOMPARE(client->LastErrorText(), std::string("aborted"));
-  }
-
-  void abortFlagEndsATransfer() {
-    START_SIMULATOR(sim, "--stall-transfer", "30");
-    std::atomic<bool> abort{false};
-    FtpLimits limits = FastLimits();
-    limits.stallTimeoutMs = limits.transferTimeoutMs = 30000;
-    limits.abort = &abort;
-    auto client = Client(sim.Address(), nullptr, limits);
-    QVERIFY(client->IsConnected());
-    std::thread operatorKey([&sim, &abort] {
-      sim.WaitForCount("STALL 30", 1);
-      abort = true;
-    });
-    const int32_t n = Read(*client);
-    operatorKey.join();
-    QCOMPARE(n, kHalfBlock);
-    QCOMPARE(client->LastErrorText(), std::string("aborted"));
-    // While the flag stays set not even a login starts.
-    QVERIFY(!Client(sim.Address(), nullptr, limits)->IsConnected());
-    QCOMPARE(sim.Count("CONNECT"), 1);
-  }
-
-  void namesWithATrailingZero() {
-    FTP_Server names(nullptr, FastLimits());
+  void namesAndLocalFiles() {
+    FTP_Server names(nullptr, kFast);
     const std::string withZero("abc\0", 4);
     for (const std::string& given : {std::string("abc"), withZero}) {
       names.SetDeleteFileName(given);
@@ -429,43 +306,23 @@ class FtpServerTest : public QObject {
       QCOMPARE(names.NewUpLoadFileName(), withZero);
     }
 
-    // The zero never reaches the server.
+    // The zero never reaches the server; a local file is kept or replaced as asked.
     START_SIMULATOR(sim);
     QTemporaryDir dir;
     auto client = Client(sim.Address());
     client->SetDeleteFileName("spectrum:");
     QVERIFY(!client->DeleteFile());  // the unit deletes nothing
     const QString local = dir.filePath("block.bin");
-    client->SetDownloadFileName("spectrum:");
-    client->SetNewDownLoadFileName(local.toStdString());
-    QVERIFY(client->DownLoadFile());
-    QCOMPARE(FileBytes(local), sim.ServedBlock(1));
-    const QString request = dir.filePath("request.bin");
-    WriteBytes(request, QByteArray("\x01"));
-    client->SetUpLoadFileName(request.toStdString());
-    client->SetNewUpLoadFileName("capt_spec:");
-    QVERIFY(client->UploadFile());
-    QCOMPARE(sim.Count("DELE spectrum:"), 1);
-    QCOMPARE(sim.Count("RETR spectrum:"), 1);
-    QCOMPARE(sim.Count("STOR capt_spec:"), 1);
-    QCOMPARE(sim.Count("CAPTURE 1"), 1);
-  }
-
-  void downloadKeepsOrReplacesTheLocalFile() {
-    START_SIMULATOR(sim);
-    QTemporaryDir dir;
-    const QString local = dir.filePath("block.bin");
     WriteBytes(local, "keep");
-    auto client = Client(sim.Address());
     client->SetDownloadFileName("spectrum:");
     client->SetNewDownLoadFileName(local.toStdString());
     client->SetFailIfExists(true);
     QVERIFY(!client->DownLoadFile());
-    QCOMPARE(FileBytes(local), std::string("keep"));
+    QCOMPARE(ReadWholeFile(local.toStdString()), std::string("keep"));
     QCOMPARE(sim.Count("RETR", true), 0);
     client->SetFailIfExists(false);
     QVERIFY(client->DownLoadFile());
-    QCOMPARE(FileBytes(local), sim.ServedBlock(1));
+    QCOMPARE(ReadWholeFile(local.toStdString()), sim.ServedBlock(1));
 
     const QString missing = dir.filePath("missing.bin");
     client->SetDownloadFileName("nothing");
@@ -474,7 +331,14 @@ class FtpServerTest : public QObject {
     QVERIFY(!QFile::exists(missing));  // no partial file stays
     client->SetUpLoadFileName(missing.toStdString());
     QVERIFY(!client->UploadFile());
-    QCOMPARE(sim.Count("STOR", true), 0);
+    const QString request = dir.filePath("request.bin");
+    WriteBytes(request, QByteArray("\x01"));
+    client->SetUpLoadFileName(request.toStdString());
+    client->SetNewUpLoadFileName("capt_spec:");
+    QVERIFY(client->UploadFile());
+    QCOMPARE(sim.Count("DELE spectrum:"), 1);
+    QCOMPARE(sim.Count("STOR", true), 1);
+    QCOMPARE(sim.Count("CAPTURE 1"), 1);
   }
 
   void findListsTheMatchingNames() {
@@ -514,48 +378,35 @@ class FtpServerTest : public QObject {
     QCOMPARE(Read(*client), kBlock);
   }
 
-  void currentDirectory() {
+  // The server's last reply: under "FPT" when it was a success, with " Error n" for a refusal.
+  void directoryAndLastReply() {
     START_SIMULATOR(sim);
     RecordingNotices notices;
     auto client = Client(sim.Address(), &notices);
     QCOMPARE(client->GetCurrentDirectory(), std::string("/"));
-    client->SetDirectoryName("/");
-    QVERIFY(client->SetCurrentDirectory());
+    client->ShowLastResponseInfo();
     client->SetDirectoryName("elsewhere");
     QVERIFY(!client->SetCurrentDirectory());
     client->ShowLastResponseInfo();
-    QCOMPARE(notices.boxes.back().title, std::string("FPT Error 550"));
     QCOMPARE(client->GetCurrentDirectory(), std::string("/"));  // still connected
-    client->SetDirectoryName("/\r\nDELE spectrum:");           // one argument, never two commands
+    client->SetDirectoryName("/");
+    QVERIFY(client->SetCurrentDirectory());
+    QCOMPARE(Read(*client), kBlock);
+    client->ShowLastResponseInfo();
+    client->SetDirectoryName("/\r\nDELE spectrum:");  // one argument, never two commands
     QVERIFY(!client->SetCurrentDirectory());
     QCOMPARE(sim.Count("CWD elsewhere"), 1);
     QCOMPARE(sim.Count("DELE", true), 0);
     QCOMPARE(sim.Count("CONNECT"), 1);
-  }
-
-  void lastResponseInfoShowsTheServersLastReply() {
-    START_SIMULATOR(sim);
-    RecordingNotices notices;
-    FTP_Server client(&notices, FastLimits());
-    client.ShowLastResponseInfo();
-    client.SetServerName(sim.Address());
-    client.ConnectToServer();
-    client.ShowLastResponseInfo();
-    QCOMPARE(Read(client), kBlock);
-    client.ShowLastResponseInfo();
-    QCOMPARE(Read(client, "nothing"), -1);
-    client.ShowLastResponseInfo();
-
-    QCOMPARE(notices.boxes.size(), size_t(4));
-    QCOMPARE(notices.boxes[0].text, std::string("Last response information could not be read!"));
-    QCOMPARE(notices.boxes[0].title, std::string("FTP"));
-    QCOMPARE(notices.boxes[1].text, std::string("257 \"/\" is the current directory.\r\n"));
-    QCOMPARE(notices.boxes[1].title, std::string("FPT"));
-    QCOMPARE(notices.boxes[2].text, std::string("226 Transfer complete.\r\n"));
-    QCOMPARE(notices.boxes[2].title, std::string("FPT"));
-    QCOMPARE(notices.boxes[3].text, std::string("550 No such file.\r\n"));
-    QCOMPARE(notices.boxes[3].title, std::string("FPT Error 550"));
-    for (const auto& box : notices.boxes) QVERIFY(box.buttons == MessageButtons::Ok && box.icon == MessageIcon::Information);
+    const std::vector<std::pair<std::string, std::string>> expected{
+        {"257 \"/\" is the current directory.\r\n", "FPT"},
+        {"550 No such directory.\r\n", "FPT Error 550"},
+        {"226 Transfer complete.\r\n", "FPT"}};
+    QCOMPARE(notices.boxes.size(), expected.size());
+    for (size_t i = 0; i < expected.size(); ++i) {
+      QCOMPARE(std::make_pair(notices.boxes[i].text, notices.boxes[i].title), expected[i]);
+      QVERIFY(notices.boxes[i].buttons == MessageButtons::Ok && notices.boxes[i].icon == MessageIcon::Information);
+    }
   }
 
   void repliesAndNamesAsText() {
