@@ -99,11 +99,12 @@ void FitVertical(UpdateReport& r, VerticalWindow& window) {
     r.FitMin = -125;
     r.FitMax = 125;
   }
+  r.Fit.Top = static_cast<float>(r.FitMax + r.Range * 0.25);
+  r.Fit.Bottom = static_cast<float>(r.FitMin - r.Range * 0.1);
+  r.Fit.Span = static_cast<float>(static_cast<double>(r.Fit.Top) - r.Fit.Bottom);
   r.Refit = window.Span * 0.6 > r.Range || r.FitMax > window.Top || r.FitMin < window.Bottom;
   if (!r.Refit) return;
-  window.Top = static_cast<float>(r.FitMax + r.Range * 0.25);
-  window.Bottom = static_cast<float>(r.FitMin - r.Range * 0.1);
-  window.Span = static_cast<float>(static_cast<double>(window.Top) - window.Bottom);
+  window = r.Fit;
   // Whole-number limits, rounded half to even.
   r.VScrollMin = static_cast<int>(std::nearbyint(-static_cast<double>(window.Top)));
   r.VScrollMax = static_cast<int>(std::nearbyint(-static_cast<double>(window.Top) + window.Span));

@@ -31,7 +31,8 @@ struct UpdateReport {
   double Range = 0.0;         // Max - Min, or 250 for a flat trace
   float FitMax = 0.0f;        // the levels the vertical fit used
   float FitMin = 0.0f;
-  bool Refit = false;         // the vertical window was re-fitted
+  VerticalWindow Fit;         // the window that fits this trace (the full view's levels)
+  bool Refit = false;         // the vertical window was re-fitted to Fit
   int VScrollMin = 0;         // the vertical scroll bar's new limits, when Refit
   int VScrollMax = 0;
   std::string VideoAverageToolTip;

@@ -1,0 +1,39 @@
+#pragma once
+#include <array>
+
+#include "dsp/trace_set.h"
+#include "link/capture_block.h"
+#include "view/palette.h"
+#include "view/view_window.h"
+
+namespace tavrix {
+
+// A measurement cursor in plot units (frequency, -dB); -1 and -1 when not placed.
+struct CursorMark {
+  float X = -1.0f;
+  float Y = -1.0f;
+  bool Placed() const { return !(X == -1.0f && Y == -1.0f); }
+};
+
+// Everything one redraw shows, as a plain value: the same scene gives the same picture
+// on the window, in a PNG, on the clipboard and on paper.
+struct PlotScene {
+  const TraceSet* Traces = nullptr;  // not owned; must outlive the drawing
+  ViewScale View;
+  float FreqScale = 1.0f;
+  int CheckedDB = 9;  // the dB-per-division item checked: the level grid's division
+  Palette Colors = kDefaultPalettes[kViewingPalette];
+  int TraceLineWidth = 1;
+  float Threshold = 0.0f;  // the minimum peak threshold, dB
+  bool CursorsShown = false;
+  std::array<CursorMark, 2> Cursors{};
+  int SelectedTrace = -1;
+  int SelectedPoint = 0;  // 1..2048, 0 for none
+
+  // Instead of the spectrum: the samples of the latest capture, I across and Q down.
+  bool Constellation = false;
+  const SampleArray* ConstellationI = nullptr;
+  const SampleArray* ConstellationQ = nullptr;
+};
+
+}  // namespace tavrix

@@ -1,0 +1,42 @@
+#pragma once
+#include <array>
+#include <optional>
+#include <string>
+
+namespace tavrix {
+
+inline constexpr const char* kProgramTitle = "Tavrix Spectrum Analyzer";
+
+// The main window's limits, in twips (1440 to the inch).
+inline constexpr int kMinimumWidthTwips = 11910;
+inline constexpr int kMinimumHeightTwips = 5760;
+inline constexpr int kReadoutPanelTwips = 840;
+
+// Twips to whole pixels at `dpi` dots per inch, rounded up, as the minimum is tested.
+int TwipsToPixels(int twips, double dpi);
+
+// The size rule of a resize: a size below the minimum is answered with a message and
+// corrected. Both too small at once gives one message, under the width's title.
+struct SizeCorrection {
+  const char* Text;
+  const char* Title;
+  int Width;  // the corrected size
+  int Height;
+};
+std::optional<SizeCorrection> CheckWindowSize(int width, int height, int minimumWidth, int minimumHeight);
+
+// The status bar's panels, by key, in the order they stand on the bar.
+inline constexpr std::array<const char*, 8> kStatusPanelKeys = {
+    "Status", "CenterFreq", "SampleRate", "CurTrace", "CurPoint", "Frequency", "Amplitude", "Cursor"};
+
+// Shares `total` pixels among the panels so that together they fill it exactly: every
+// panel but "Status" gets the width its longest text needs, "Status" the rest (at least
+// `statusMinimum`); a bar too narrow for that shrinks every panel in proportion.
+std::array<int, kStatusPanelKeys.size()> StatusPanelWidths(int total, const std::array<int, kStatusPanelKeys.size()>& wanted,
+                                                           int statusMinimum);
+
+// "Tavrix Spectrum Analyzer [Connected to NAME] - Version X.Y.Z", or without the bracket
+// while no unit is current.
+std::string WindowTitle(const std::optional<std::string>& modemName, const std::string& version);
+
+}  // namespace tavrix
