@@ -5,12 +5,12 @@ set -euo pipefail
 
 PACKAGES=(
   build-essential cmake ninja-build pkg-config
-  qt6-base-dev
+  qt6-base-dev qt6-svg-dev
   libfftw3-dev
   libcurl4-openssl-dev
   libbenchmark-dev
   python3 python3-pyftpdlib
-  xvfb xauth imagemagick fonts-liberation
+  xvfb xauth xdotool imagemagick fonts-liberation
 )
 
 missing=()

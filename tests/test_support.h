@@ -47,8 +47,9 @@ inline QStringList FixtureBlockNames() {
 
 // Runs each test class in turn; TAVRIX_TEST_CLASS=Name runs that class alone, so that
 // its functions can be named on the command line.
-inline int RunTestObjects(int argc, char** argv, std::initializer_list<QObject*> objects) {
-  QCoreApplication app(argc, argv);  // event loops, timers and queued calls need one
+template <typename Application = QCoreApplication>
+int RunTestObjects(int argc, char** argv, std::initializer_list<QObject*> objects) {
+  Application app(argc, argv);  // event loops, timers and queued calls need one; fonts a GUI one
   const QByteArray only = qgetenv("TAVRIX_TEST_CLASS");
   int failures = 0;
   for (QObject* object : objects)

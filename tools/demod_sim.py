@@ -26,6 +26,7 @@ import signal
 import socket
 import stat
 import sys
+import threading
 import time
 
 SYSTEM_PYTHON = "/usr/bin/python3"
@@ -487,6 +488,19 @@ def serve(server):
         wait = 0.5 if soonest is None else min(0.5, soonest)
 
 
+def watch_parent():
+    """Ends the simulator once standard input reaches its end: the viewer that started it
+    holds the other end of the pipe, and the system closes it when the viewer ends."""
+    def wait_for_end():
+        try:
+            while sys.stdin.buffer.read(4096):
+                pass
+        except (OSError, ValueError):
+            pass
+        os.kill(os.getpid(), signal.SIGTERM)
+    threading.Thread(target=wait_for_end, name="parent-watch", daemon=True).start()
+
+
 def main(argv=None):
     options = parse_arguments(sys.argv[1:] if argv is None else argv)
     log_stream = open(options.log, "w") if options.log else sys.stderr
@@ -512,6 +526,8 @@ def main(argv=None):
 
     signal.signal(signal.SIGTERM, on_signal)
     signal.signal(signal.SIGINT, on_signal)
+    if options.exit_with_parent:
+        watch_parent()
     try:
         print("LISTENING %d" % server.bound_address[1], flush=True)
         serve(server)

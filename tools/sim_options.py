@@ -56,6 +56,9 @@ def parse_arguments(argv):
                         help="write the command/event log here instead of stderr")
     parser.add_argument("--dump-dir", metavar="DIR",
                         help="also write every served block to DIR/block_NNNN.bin")
+    parser.add_argument("--exit-with-parent", action="store_true",
+                        help="stop when standard input closes, as it does when the "
+                             "program that started the simulator ends, a crash included")
     parser.add_argument("--capture-pool", type=bounded_int(0, 64), default=0, metavar="N",
                         help="make N captures at start and repeat them in turn "
                              "(capture requests then cost nothing; for benchmarks)")

@@ -2,19 +2,29 @@
 
 #include <algorithm>
 #include <ostream>
+#include <set>
 
 #include "app/export_command.h"
+#include "app/render_command.h"
 #include "app/snapshot_command.h"
+#include "app/version.h"
 
 namespace tavrix {
 
 std::string UsageText() {
   return "Usage:\n"
+         "  tavrix-spectrum [--demo]\n"
          "  tavrix-spectrum export --set SET [--window on|off] [--peak-hold] [--video-average]\n"
          "                         --out FILE BLOCK...\n"
+         "  tavrix-spectrum render --png FILE [--size WxH] [--scale 1|2] [--palette 0|1]\n"
+         "                         [--window on|off] [--peak-hold] [--video-average] BLOCK...\n"
          "  tavrix-spectrum snapshot --modem ADDR[:PORT] [--save-block FILE] [--set SET --out FILE]\n"
-         "                         [--window on|off]\n"
-         "  tavrix-spectrum --help\n"
+         "                         [--png FILE] [--window on|off]\n"
+         "  tavrix-spectrum --help | --version\n"
+         "\n"
+         "With no command the viewer opens: a live spectrum analyzer display of the unit in use.\n"
+         "  --demo             start a simulated unit on this machine and show its live spectrum\n"
+         "                     (needs Python 3 with pyftpdlib)\n"
          "\n"
          "export  Processes each capture block file in order, as successive captures are\n"
          "        processed in the viewer, and writes one data set as File > Export does.\n"
@@ -25,11 +35,23 @@ std::string UsageText() {
          "  --out FILE         the data set file to write (replaced when it exists)\n"
          "  BLOCK...           capture block files; an empty file is skipped\n"
          "\n"
+         "render  Processes the blocks as export does and draws the plot as the viewer shows\n"
+         "        it after the last capture, into a PNG file; no display is needed.\n"
+         "  --png FILE         the picture to write (replaced when it exists)\n"
+         "  --size WxH         the plot's size in pixels (default 1280x720)\n"
+         "  --scale 1|2        device pixel ratio: 2 draws twice as many pixels each way\n"
+         "  --palette 0|1      0 the viewing colours (default), 1 the printing colours\n"
+         "\n"
          "snapshot  Asks a live unit for one capture and reads it, as one poll of the\n"
-         "        viewer does, then saves the block exactly as read and/or writes a data\n"
-         "        set as export does. Every network wait is bounded (a few seconds).\n"
+         "        viewer does, then saves the block exactly as read, writes a data set as\n"
+         "        export does and/or draws it as render does. Every network wait is bounded.\n"
          "  --modem ADDR[:PORT] the unit's address; port 21 unless given\n"
          "  --save-block FILE  the capture block, byte for byte\n";
+}
+
+bool IsCommand(const std::vector<std::string>& args) {
+  static const std::set<std::string> kCommands = {"export", "render", "snapshot", "help", "--help", "-h", "--version"};
+  return !args.empty() && kCommands.count(args[0]) > 0;
 }
 
 namespace {
@@ -51,7 +73,7 @@ int RunSubcommand(const std::string& command, const std::vector<std::string>& ar
 
 int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
   if (args.empty()) {
-    err << "tavrix-spectrum: the viewer window is not in this build yet; try --help\n";
+    err << "tavrix-spectrum: no command given (see --help)\n";
     return 2;
   }
   const std::string& command = args[0];
@@ -59,14 +81,19 @@ int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std:
     out << UsageText();
     return 0;
   }
+  if (command == "--version") {
+    out << "tavrix-spectrum " << kVersion << "\n";
+    return 0;
+  }
   const std::vector<std::string> rest(args.begin() + 1, args.end());
   const bool wantsHelp = std::any_of(rest.begin(), rest.end(), [](const std::string& w) { return w == "--help" || w == "-h"; });
-  if ((command == "export" || command == "snapshot") && wantsHelp) {
+  if (wantsHelp) {
     out << UsageText();
     return 0;
   }
   if (command == "snapshot") return RunSubcommand<SnapshotOptions>(command, rest, ParseSnapshotOptions, RunSnapshot, out, err);
   if (command == "export") return RunSubcommand<ExportOptions>(command, rest, ParseExportOptions, RunExport, out, err);
+  if (command == "render") return RunSubcommand<RenderOptions>(command, rest, ParseRenderOptions, RunRender, out, err);
   err << "tavrix-spectrum: unknown command \"" << command << "\" (see --help)\n";
   return 2;
 }

@@ -10,4 +10,8 @@ int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std:
 
 std::string UsageText();
 
+// True when the words name a command (export, render, snapshot, --help, --version)
+// rather than the viewer.
+bool IsCommand(const std::vector<std::string>& args);
+
 }  // namespace tavrix

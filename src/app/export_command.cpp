@@ -58,34 +58,38 @@ std::string ParseExportOptions(const std::vector<std::string>& args, ExportOptio
   return {};
 }
 
-SpectrumState ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,
-                            bool videoAverage) {
-  SpectrumState state;
+LiveSpectrum ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,
+                           bool videoAverage) {
+  LiveSpectrum live;
   Selection selection;
-  state.Traces.TraceVisible[kCurrentTrace] = true;
-  if (peakHold) SwitchTrace(state.Traces, selection, kPeakHoldTrace);
-  if (videoAverage) SwitchTrace(state.Traces, selection, kVideoAverageTrace);
-  VerticalWindow window;
+  live.State.Traces.TraceVisible[kCurrentTrace] = true;
+  if (peakHold) SwitchTrace(live.State.Traces, selection, kPeakHoldTrace);
+  if (videoAverage) SwitchTrace(live.State.Traces, selection, kVideoAverageTrace);
   for (const std::string& block : blocks) {
     // An empty read is never parsed: the acquisition cycle skips it.
-    if (block.empty()) continue;
-    ParseBlock(block, state.Capture);
-    UpdateSpectrum(state, window, windowSpectrum);
+    if (!block.empty()) live.ProcessBlock(block, windowSpectrum);
   }
-  return state;
+  live.View.PrepareRedraw();
+  return live;
+}
+
+std::string ReadBlockFiles(const std::vector<std::string>& files, std::vector<std::string>& blocks) {
+  blocks.assign(files.size(), {});
+  for (size_t i = 0; i < files.size(); ++i) {
+    const std::string error = ReadFileCapped(files[i], kMaxBlockFileBytes, blocks[i]);
+    if (!error.empty()) return "cannot read capture block " + files[i] + ": " + error;
+  }
+  return {};
 }
 
 int RunExport(const ExportOptions& options, std::ostream& out, std::ostream& err) {
-  std::vector<std::string> blocks(options.BlockFiles.size());
-  for (size_t i = 0; i < blocks.size(); ++i) {
-    const std::string error = ReadFileCapped(options.BlockFiles[i], kMaxBlockFileBytes, blocks[i]);
-    if (!error.empty()) {
-      err << "tavrix-spectrum: cannot read capture block " << options.BlockFiles[i] << ": " << error << "\n";
-      return 1;
-    }
+  std::vector<std::string> blocks;
+  if (const std::string error = ReadBlockFiles(options.BlockFiles, blocks); !error.empty()) {
+    err << "tavrix-spectrum: " << error << "\n";
+    return 1;
   }
-  const SpectrumState state = ProcessBlocks(blocks, options.WindowSpectrum, options.PeakHold, options.VideoAverage);
-  return WriteDataSetFile(options.Set, options.OutFile, state, out, err);
+  const LiveSpectrum live = ProcessBlocks(blocks, options.WindowSpectrum, options.PeakHold, options.VideoAverage);
+  return WriteDataSetFile(options.Set, options.OutFile, live.State, out, err);
 }
 
 std::string ShownPath(const std::string& path) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "dsp/data_set_export.h"
+#include "view/live_spectrum.h"
 
 namespace tavrix {
 
@@ -41,9 +42,14 @@ int WriteDataSetFile(DataSet set, const std::string& outFile, const SpectrumStat
 // A path as the operator should read it: absolute when it can be made so.
 std::string ShownPath(const std::string& path);
 
-// The state after processing the given block contents in order, as the viewer would:
-// a fresh state with the chosen trace switches on; an empty block is skipped.
-SpectrumState ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,
-                            bool videoAverage);
+// The spectrum and view after processing the given block contents in order, as the
+// viewer would: a fresh state with the chosen trace switches on; an empty block is
+// skipped. The view is prepared as for a redraw.
+LiveSpectrum ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,
+                           bool videoAverage);
+
+// Reads every block file (each at most kMaxBlockFileBytes) before anything is computed.
+// Returns an empty text, or what could not be read.
+std::string ReadBlockFiles(const std::vector<std::string>& files, std::vector<std::string>& blocks);
 
 }  // namespace tavrix

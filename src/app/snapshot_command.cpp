@@ -6,6 +6,7 @@
 
 #include "app/export_command.h"
 #include "app/option_reader.h"
+#include "app/render_command.h"
 #include "common/file_io.h"
 #include "link/link_side.h"
 #include "link/server_address.h"
@@ -56,6 +57,8 @@ std::string ParseSnapshotOptions(const std::vector<std::string>& args, SnapshotO
     } else if (name == "--out") {
       problem = reader.TakeValue(options.OutFile);
       if (problem.empty() && options.OutFile.empty()) problem = "--out needs a file name";
+    } else if (name == "--png") {
+      problem = ParsePngOption(reader, options.Png);
     } else {
       problem = "unknown option " + reader.Word();
     }
@@ -63,7 +66,8 @@ std::string ParseSnapshotOptions(const std::vector<std::string>& args, SnapshotO
   }
   if (options.Modem.empty()) return "--modem ADDR[:PORT] is required";
   if (options.HaveSet != !options.OutFile.empty()) return "--set and --out go together";
-  if (!options.HaveSet && options.SaveBlock.empty()) return "nothing to do: give --save-block FILE and/or --set SET --out FILE";
+  if (!options.HaveSet && options.SaveBlock.empty() && options.Png.empty())
+    return "nothing to do: give --save-block FILE, --set SET --out FILE and/or --png FILE";
   return {};
 }
 
@@ -96,10 +100,14 @@ int RunSnapshot(const SnapshotOptions& options, std::ostream& out, std::ostream&
     out << "Saved the capture block (" << fetched.block.size() << " bytes) to " << ShownPath(options.SaveBlock)
         << "\n";
   }
+  if (!options.HaveSet && options.Png.empty()) return 0;
+  const LiveSpectrum live = ProcessBlocks({fetched.block}, options.WindowSpectrum, false, false);
   if (options.HaveSet) {
-    const SpectrumState state = ProcessBlocks({fetched.block}, options.WindowSpectrum, false, false);
-    return WriteDataSetFile(options.Set, options.OutFile, state, out, err);
+    if (const int status = WriteDataSetFile(options.Set, options.OutFile, live.State, out, err); status != 0)
+      return status;
   }
+  if (!options.Png.empty())
+    return WritePlotPng(live, options.Png, kDefaultRenderWidth, kDefaultRenderHeight, 1, 0, out, err);
   return 0;
 }
 

@@ -15,6 +15,7 @@ struct SnapshotOptions {
   DataSet Set = DataSet::Scaled;
   bool WindowSpectrum = true;
   std::string OutFile;
+  std::string Png;  // a picture of the spectrum of the block, as render draws it
   FtpLimits Limits;
   int RequestWaitMs = 200;  // between the capture request and the read
 };

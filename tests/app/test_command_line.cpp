@@ -2,6 +2,8 @@
 // give one line on stderr, a non-zero status and no file; good runs write what the
 // viewer's export writes for the same captures.
 #include <QDir>
+#include <QImage>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -60,6 +62,14 @@ class CommandLineTest : public QObject {
     QTest::newRow("flag with value") << QStringList{"export", "--set", "raw", "--peak-hold=1", "--out", "x.txt", block}
                                      << "--peak-hold=1";
     QTest::newRow("unknown command") << QStringList{"exprot"} << "exprot";
+    QTest::newRow("render without png") << QStringList{"render", block} << "--png";
+    QTest::newRow("render bad size") << QStringList{"render", "--png", "x.txt", "--size", "10x10", block} << "10x10";
+    QTest::newRow("render size not a size") << QStringList{"render", "--png", "x.txt", "--size", "wide", block}
+                                            << "wide";
+    QTest::newRow("render bad scale") << QStringList{"render", "--png", "x.txt", "--scale", "3", block} << "3";
+    QTest::newRow("render bad palette") << QStringList{"render", "--png", "x.txt", "--palette", "2", block} << "2";
+    QTest::newRow("render no block") << QStringList{"render", "--png", "x.txt"} << "block";
+    QTest::newRow("render missing block") << QStringList{"render", "--png", "x.txt", "gone.bin"} << "gone.bin";
   }
 
   void badInvocationsSayWhatIsWrong() {
@@ -113,7 +123,8 @@ class CommandLineTest : public QObject {
 
     // The empty read is skipped: two captures were averaged.
     const SpectrumState expected =
-        ProcessBlocks({ReadBytes("blocks/rate_exp_0003.bin"), ReadBytes("blocks/center_000F4240.bin")}, false, false, true);
+        ProcessBlocks({ReadBytes("blocks/rate_exp_0003.bin"), ReadBytes("blocks/center_000F4240.bin")}, false, false, true)
+            .State;
     QCOMPARE(expected.Traces.VideoAverageCount, 2);
     std::string written;
     QCOMPARE(ReadFileCapped(out.toStdString(), 1 << 20, written), std::string());
@@ -126,12 +137,37 @@ class CommandLineTest : public QObject {
     QCOMPARE(written, ReadBytes("expected/all_00.scaled.window_on.txt"));
   }
 
+  void renderDrawsThePlotIntoAPng_data() {
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QSize>("pixels");
+    QTest::newRow("default size") << QStringList{} << QSize(1280, 720);
+    QTest::newRow("given size") << QStringList{"--size", "800x450"} << QSize(800, 450);
+    QTest::newRow("pixel ratio 2") << QStringList{"--size", "800x450", "--scale", "2"} << QSize(1600, 900);
+  }
+  void renderDrawsThePlotIntoAPng() {
+    QFETCH(QStringList, options);
+    QFETCH(QSize, pixels);
+    const QStringList blocks{Block("rate_exp_0003"), Block("noise_seed1234"), "--peak-hold", "--video-average"};
+    const QString png = Path("plot.png"), again = Path("again.png"), printed = Path("printed.png");
+    QCOMPARE(RunArgs(QStringList{"render", "--png", png} + options + blocks).status, 0);
+    QCOMPARE(QImage(png).size(), pixels);
+    // Same input, same bytes; the printing palette gives another picture.
+    QCOMPARE(RunArgs(QStringList{"render", "--png", again} + options + blocks).status, 0);
+    QCOMPARE(ReadWholeFile(again.toStdString()), ReadWholeFile(png.toStdString()));
+    QCOMPARE(RunArgs(QStringList{"render", "--palette", "1", "--png", printed} + options + blocks).status, 0);
+    QVERIFY(ReadWholeFile(printed.toStdString()) != ReadWholeFile(png.toStdString()));
+    QCOMPARE(QImage(printed).pixel(0, 0), qRgb(255, 255, 255));
+  }
+
   void helpPrintsUsage() {
-    for (const QStringList& args : {QStringList{"--help"}, QStringList{"export", "--help"}}) {
+    for (const QStringList& args : {QStringList{"--help"}, QStringList{"export", "--help"}, QStringList{"render", "-h"}}) {
       const Run r = RunArgs(args);
       QCOMPARE(r.status, 0);
-      QVERIFY(QString::fromStdString(r.out).contains("export --set SET"));
+      QVERIFY(QString::fromStdString(r.out).contains("render --png FILE"));
     }
+    const Run version = RunArgs({"--version"});
+    QCOMPARE(version.status, 0);
+    QVERIFY(QRegularExpression("^tavrix-spectrum [0-9]+\\.[0-9]+\\.[0-9]+\n$").match(QString::fromStdString(version.out)).hasMatch());
   }
 };
 

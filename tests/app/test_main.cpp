@@ -1,12 +1,16 @@
+#include <QApplication>
+
 #include <memory>
 
 #include "test_support.h"
 
 std::unique_ptr<QObject> NewCommandLineTest();
 std::unique_ptr<QObject> NewSnapshotTest();
+std::unique_ptr<QObject> NewWindowTest();
 
 int main(int argc, char** argv) {
   auto commandLine = NewCommandLineTest();
   auto snapshot = NewSnapshotTest();
-  return tavrix::testing::RunTestObjects(argc, argv, {commandLine.get(), snapshot.get()});
+  auto window = NewWindowTest();
+  return tavrix::testing::RunTestObjects<QApplication>(argc, argv, {commandLine.get(), snapshot.get(), window.get()});
 }

@@ -69,7 +69,7 @@ class SnapshotTest : public QObject {
     QCOMPARE(block.size(), size_t(kNominalBlockLength));
     QCOMPARE(block, sim.ServedBlock(1));
     // The data set is what export writes for the saved block.
-    const SpectrumState state = ProcessBlocks({block}, true, false, false);
+    const SpectrumState state = ProcessBlocks({block}, true, false, false).State;
     QCOMPARE(ReadWholeFile(Path("scaled.txt")), FormatDataSet(DataSet::Scaled, state));
   }
 

@@ -1,0 +1,322 @@
+#include "app/main_window.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QSignalBlocker>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QVBoxLayout>
+#include <QWindow>
+
+#include <algorithm>
+#include <cmath>
+
+#include "app/plot_widget.h"
+#include "app/status_panels.h"
+#include "view/window_layout.h"
+
+// The icons live in a static library: their resources are registered by hand.
+static void RegisterIcons() { Q_INIT_RESOURCE(icons); }
+
+namespace tavrix {
+
+namespace {
+
+// Qt's keys as the view's key codes.
+int ViewKeyOf(int qtKey) {
+  switch (qtKey) {
+    case Qt::Key_PageUp: return kKeyPageUp;
+    case Qt::Key_PageDown: return kKeyPageDown;
+    case Qt::Key_Left: return kKeyLeft;
+    case Qt::Key_Up: return kKeyUp;
+    case Qt::Key_Right: return kKeyRight;
+    case Qt::Key_Down: return kKeyDown;
+    default: return 0;
+  }
+}
+
+constexpr std::array<const char*, 6> kCursorReadoutTips = {
+    "Cursor 1 Frequency", "Cursor 1 Amplitude", "Cursor 2 Frequency",
+    "Cursor 2 Amplitude", "Cursor Delta in Frequency", "Cursor Delta in dB"};
+
+}  // namespace
+
+frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(parent), options_(std::move(options)) {
+  RegisterIcons();
+  setObjectName("frmMain");
+  setWindowIcon(QIcon(":/icons/tavrix-spectrum"));
+  lastPath_ = QDir::homePath();
+
+  // Form_Initialize: the view's initial values are ViewWindow's; the trace switches
+  // start with the current trace shown.
+  live_.State.Traces.TraceVisible[kCurrentTrace] = true;
+
+  BuildCentralArea();
+  auto* bar = new QStatusBar(this);
+  panels_ = new StatusPanels(bar);
+  bar->addWidget(panels_, 1);
+  setStatusBar(bar);
+  notices_ = std::make_unique<WindowNotices>(this, panels_, options_.Answerer);
+  BuildCommands();
+  Button("CurrentTrace")->setChecked(true);
+  panels_->SetText("CurTrace", "None");
+  panels_->SetPicture("CurTrace", "None");
+
+  // The entry boxes float over their status panels while they are open; cmdUpdate stays
+  // hidden (a second update would window the same samples again).
+  for (QLineEdit** box : {&txtPoint_, &txtFreq_, &txtAmp_}) {
+    *box = new QLineEdit(panels_);
+    (*box)->hide();
+  }
+  txtPoint_->setObjectName("txtPoint");
+  txtFreq_->setObjectName("txtFreq");
+  txtAmp_->setObjectName("txtAmp");
+  txtAmp_->setMaxLength(8);
+  cmdUpdate_ = new QPushButton("Update", this);
+  cmdUpdate_->setObjectName("cmdUpdate");
+  cmdUpdate_->hide();
+
+  cycle_ = std::make_unique<AcquisitionCycle>(
+      *notices_, [this] { return currentModem_; },
+      [this](const std::string& block) { return OnCaptureBlock(block); }, options_.Timing, options_.Limits);
+  connect(cycle_.get(), &AcquisitionCycle::displayChanged, this, &frmMain::ShowAcquisitionDisplay);
+  cycle_->CurrentModemChanged();  // what the cycle's controls offer with no unit yet
+  // Ctrl+S ends a connection attempt in progress; updates stay stopped.
+  auto* abort = new QShortcut(QKeySequence("Ctrl+S"), this);
+  connect(abort, &QShortcut::activated, this, [this] { cycle_->AbortConnection(); });
+
+  const QSize minimum = MinimumPixels();
+  setMinimumSize(minimum);
+  resize(minimum);
+  SetTitle();
+  ShowAcquisitionDisplay();
+  loaded_ = true;
+  UpdateView();
+}
+
+frmMain::~frmMain() {
+  if (busyShown_) QApplication::restoreOverrideCursor();
+}
+
+QSize frmMain::MinimumPixels() const {
+  const double dpi = logicalDpiX() > 0 ? logicalDpiX() : 96.0;
+  return {TwipsToPixels(kMinimumWidthTwips, dpi), TwipsToPixels(kMinimumHeightTwips, dpi)};
+}
+
+void frmMain::BuildCentralArea() {
+  auto* central = new QWidget(this);
+  auto* grid = new QGridLayout(central);
+  grid->setContentsMargins(0, 0, 0, 0);
+  grid->setSpacing(0);
+  picSpectrum_ = new PlotWidget(central);
+  vScroll_ = new QScrollBar(Qt::Vertical, central);
+  hScroll_ = new QScrollBar(Qt::Horizontal, central);
+  vScroll_->setObjectName("vScroll");
+  hScroll_->setObjectName("hScroll");
+  for (QScrollBar* bar : {vScroll_, hScroll_}) {
+    bar->setTracking(false);  // a thumb drag is one change, at its end
+    bar->setFocusPolicy(Qt::NoFocus);
+    connect(bar, &QScrollBar::actionTriggered, this, [this, bar](int action) { OnScrollAction(bar, action); });
+    connect(bar, &QScrollBar::sliderMoved, this, [this, bar] { OnScrollDragged(bar); });
+    connect(bar, &QScrollBar::sliderReleased, this, [this, bar] { OnScrollReleased(bar); });
+  }
+  grid->addWidget(picSpectrum_, 0, 0);
+  grid->addWidget(vScroll_, 0, 1);
+  grid->addWidget(hScroll_, 1, 0);
+  grid->addWidget(BuildReadoutPanel(), 2, 0, 1, 2);
+  grid->setRowStretch(0, 1);
+  grid->setColumnStretch(0, 1);
+  setCentralWidget(central);
+  connect(picSpectrum_, &PlotWidget::frameOutdated, this, [this] {
+    if (loaded_) UpdateView();
+  });
+}
+
+QWidget* frmMain::BuildReadoutPanel() {
+  auto* panel = new QWidget(this);
+  panel->setObjectName("readoutPanel");
+  const double dpi = logicalDpiY() > 0 ? logicalDpiY() : 96.0;
+  panel->setFixedHeight(TwipsToPixels(kReadoutPanelTwips, dpi));
+  auto* row = new QHBoxLayout(panel);
+  row->setContentsMargins(6, 2, 6, 2);
+  row->setSpacing(10);
+  auto* cursors = new QToolBar(panel);
+  BuildCursorToolbar(cursors);
+  row->addWidget(cursors, 0, Qt::AlignVCenter);
+  static constexpr std::array<const char*, 3> kGroups = {"Cursor 1", "Cursor 2", "Delta"};
+  const int boxWidth = fontMetrics().horizontalAdvance("4294967.29500000MHz") + 10;
+  for (size_t g = 0; g < kGroups.size(); ++g) {
+    auto* group = new QVBoxLayout;
+    group->setSpacing(1);
+    auto* caption = new QLabel(kGroups[g], panel);
+    caption->setEnabled(false);  // a quiet caption above its two read-outs
+    group->addWidget(caption);
+    auto* boxes = new QHBoxLayout;
+    boxes->setSpacing(3);
+    for (size_t k = 0; k < 2; ++k) {
+      const size_t i = 2 * g + k;
+      auto* box = new QLineEdit(panel);
+      box->setObjectName(QString("txtCursor%1").arg(i));
+      box->setReadOnly(true);
+      box->setFocusPolicy(Qt::NoFocus);
+      box->setToolTip(kCursorReadoutTips[i]);
+      box->setFixedWidth(k == 0 ? boxWidth : boxWidth * 2 / 3);
+      txtCursor_[i] = box;
+      boxes->addWidget(box);
+    }
+    group->addLayout(boxes);
+    row->addLayout(group);
+  }
+  row->addStretch(1);
+  return panel;
+}
+
+// ---- the view --------------------------------------------------------------------------
+
+PlotScene frmMain::Scene() const {
+  PlotScene scene = live_.Scene();
+  scene.Colors = palettes_[static_cast<size_t>(activePalette_)];
+  scene.TraceLineWidth = traceLineWidth_;
+  scene.Threshold = threshold_;
+  scene.CursorsShown = cursorDisplay_;
+  scene.Cursors = cursors_;
+  scene.SelectedTrace = selection_.SelectedTrace;
+  scene.SelectedPoint = selection_.SelectedPoint;
+  const QAction* constellation = MenuEntry("mnuViewConstellation");
+  scene.Constellation = constellation != nullptr && constellation->isChecked();
+  return scene;
+}
+
+void frmMain::UpdateView() {
+  live_.View.PrepareRedraw();
+  SyncScrollBars();
+  SetChecksFB(live_.View.CheckedFB);
+  SetChecksDB(live_.View.CheckedDB);
+  picSpectrum_->ShowScene(Scene());
+  RefreshSelectionPanels();
+}
+
+void frmMain::SetChecksDB(int index) {
+  for (int i = 0; i < kPresetCount; ++i) dbItems_[static_cast<size_t>(i)]->setChecked(i == index);
+}
+
+void frmMain::SetChecksFB(int index) {
+  for (int i = 0; i < kPresetCount; ++i) spanItems_[static_cast<size_t>(i)]->setChecked(i == index);
+}
+
+void frmMain::ApplyViewOutcome(const ViewOutcome& outcome) {
+  if (outcome.Notice != nullptr) {
+    notices_->ShowStatus(outcome.Notice, true);
+    cycle_->StartStatusTimer();
+  }
+  if (outcome.Redraw) UpdateView();
+}
+
+void frmMain::mnuViewDBB_Click(int index) { ApplyViewOutcome(live_.View.ApplyDBPreset(index)); }
+
+void frmMain::mnuViewFB_Click(int index) { ApplyViewOutcome(live_.View.ApplySpanPreset(index)); }
+
+void frmMain::SyncScrollBars() {
+  const ViewWindow& v = live_.View;
+  live_.View.ScrollBusy = true;
+  for (QScrollBar* bar : {hScroll_, vScroll_}) {
+    const ScrollBarModel& m = bar == hScroll_ ? v.HScroll : v.VScroll;
+    const QSignalBlocker quiet(bar);
+    bar->setRange(m.Min, m.Max);
+    bar->setValue(m.Value);
+  }
+  // The thumb shows how much of the band, or of the bar's level range, is in view.
+  const double band = static_cast<double>(v.DataRight) - v.DataLeft;
+  const double shownPercent = band > 0 ? v.Scale.ScaleWidth / band * 100 : 100;
+  hScroll_->setPageStep(std::clamp(static_cast<int>(std::lround(shownPercent)), 1, 100));
+  vScroll_->setPageStep(std::clamp(static_cast<int>(std::lround(v.Scale.ScaleHeight)), 1, 1000));
+  live_.View.ScrollBusy = false;
+}
+
+void frmMain::OnScrollAction(QScrollBar* bar, int action) {
+  if (action == QAbstractSlider::SliderMove && bar->isSliderDown()) return;  // a drag: its end counts
+  const int position = bar->sliderPosition();
+  bool increase = action == QAbstractSlider::SliderSingleStepAdd || action == QAbstractSlider::SliderPageStepAdd ||
+                  action == QAbstractSlider::SliderToMaximum;
+  if (action == QAbstractSlider::SliderMove) increase = position > bar->value();  // the mouse wheel
+  const ScrollAction how = increase ? ScrollAction::Increase : ScrollAction::Decrease;
+  ApplyViewOutcome(bar == hScroll_ ? live_.View.HScrollChange(position, how)
+                                   : live_.View.VScrollChange(position, how));
+}
+
+void frmMain::OnScrollDragged(QScrollBar* bar) {
+  if (bar == hScroll_)
+    live_.View.HScrollScroll();
+  else
+    live_.View.VScrollScroll();
+}
+
+void frmMain::OnScrollReleased(QScrollBar* bar) {
+  if (!live_.View.DragPending) return;
+  const int position = bar->sliderPosition();
+  ApplyViewOutcome(bar == hScroll_ ? live_.View.HScrollChange(position, ScrollAction::Drag)
+                                   : live_.View.VScrollChange(position, ScrollAction::Drag));
+}
+
+// ---- keys and size ---------------------------------------------------------------------
+
+bool frmMain::PlotKeysActive() const {
+  const QWidget* focus = QApplication::focusWidget();
+  return qobject_cast<const QLineEdit*>(focus) == nullptr && qobject_cast<const QComboBox*>(focus) == nullptr;
+}
+
+void frmMain::keyPressEvent(QKeyEvent* event) {
+  const int key = ViewKeyOf(event->key());
+  if (PlotKeysActive() && key >= kKeyLeft && key <= kKeyDown && event->modifiers() == Qt::NoModifier) {
+    ApplyViewOutcome(live_.View.ArrowKey(key));
+    return;
+  }
+  QMainWindow::keyPressEvent(event);
+}
+
+void frmMain::keyReleaseEvent(QKeyEvent* event) {
+  // The zooms act when the key comes up.
+  const int key = ViewKeyOf(event->key());
+  if (PlotKeysActive() && (key == kKeyPageUp || key == kKeyPageDown) && event->modifiers() == Qt::NoModifier) {
+    ApplyViewOutcome(key == kKeyPageUp ? live_.View.ZoomIn() : live_.View.ZoomOut());
+    return;
+  }
+  QMainWindow::keyReleaseEvent(event);
+}
+
+void frmMain::resizeEvent(QResizeEvent* event) {
+  QMainWindow::resizeEvent(event);
+  Form_Resize(width(), height());
+}
+
+void frmMain::showEvent(QShowEvent* event) {
+  QMainWindow::showEvent(event);
+  // A new screen may have another pixel ratio: the plot draws itself again.
+  QWindow* handle = windowHandle();
+  if (handle != nullptr && !watchingScreen_) {
+    watchingScreen_ = true;
+    connect(handle, &QWindow::screenChanged, this, [this] { UpdateView(); });
+  }
+}
+
+void frmMain::Form_Resize(int width, int height) {
+  if (!loaded_ || isMinimized()) return;
+  const QSize minimum = MinimumPixels();
+  const auto correction = CheckWindowSize(width, height, minimum.width(), minimum.height());
+  if (!correction) return;  // the plot redraws itself as the layout gives it its new size
+  notices_->Ask(correction->Text, correction->Title, MessageButtons::Ok, MessageIcon::Critical);
+  resize(correction->Width, correction->Height);
+}
+
+}  // namespace tavrix

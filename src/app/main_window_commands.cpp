@@ -1,0 +1,301 @@
+// The main window's menus and toolbars, built from the command tables, and the
+// dispatch of their commands.
+#include <QAction>
+#include <QComboBox>
+#include <QIcon>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QToolBar>
+#include <QToolButton>
+
+#include "app/command_table.h"
+#include "app/main_window.h"
+
+namespace tavrix {
+
+namespace {
+
+QIcon Image(const char* name) { return QIcon(QStringLiteral(":/icons/") + name); }
+
+// Which trace each trace switch and its button stand for.
+int TraceOfButton(const QString& key) {
+  for (const TraceSwitch& s : kTraceSwitches)
+    if (key == s.ButtonKey) return s.Trace;
+  return -1;
+}
+
+// Commands whose behaviour comes with the pointer modes, cursors and entry boxes, and
+// with the palettes, settings and modem directory: present, not yet enabled.
+constexpr const char* kLaterButtons[] = {"Select",        "ZoomWin",  "ZoomIn",    "ZoomOut",  "Pan",
+                                         "FirstPoint",    "NextPoint", "PreviousPoint", "LastPoint", "CurPoint",
+                                         "PeakThreshold", "CursorOne", "CursorTwo", "CursorDelta"};
+constexpr const char* kLaterEntries[] = {
+    "mnuViewEnd",      "mnuViewPeakPoint", "mnuViewCursor0",     "mnuViewCursor1", "mnuViewCursors",
+    "mnuViewCopy",     "mnuFileSaveView",  "mnuFilePrint",       "mnuOptionsPalette0", "mnuOptionsPalette1",
+    "mnuOptionsSnap",  "mnuOptionsPanel",  "mnuOptionsWindow",   "mnuCommAdd",     "mnuCommManage",
+    "mnuHelpAbout"};
+
+}  // namespace
+
+QAction* frmMain::Button(const QString& key) const {
+  const auto it = buttons_.find(key);
+  return it == buttons_.end() ? nullptr : it->second;
+}
+
+QAction* frmMain::MenuEntry(const QString& name) const {
+  const auto it = entries_.find(name);
+  return it == entries_.end() ? nullptr : it->second;
+}
+
+QMenu* frmMain::DropDown(const QString& key) const {
+  const auto it = dropDowns_.find(key);
+  return it == dropDowns_.end() ? nullptr : it->second;
+}
+
+void frmMain::BuildCommands() {
+  BuildMainToolbar();
+  BuildMenus();
+  EnableCommands();
+}
+
+QToolButton* frmMain::DropDownButton(QAction* face, const QString& key, QMenu* entries) {
+  auto* button = new QToolButton(tbMain_);
+  button->setDefaultAction(face);
+  button->setMenu(entries);
+  button->setPopupMode(QToolButton::MenuButtonPopup);
+  button->setAutoRaise(true);
+  button->setObjectName(key);
+  dropDowns_[key] = entries;
+  return button;
+}
+
+void frmMain::BuildMainToolbar() {
+  tbMain_ = addToolBar("Main");
+  tbMain_->setObjectName("tbMain");
+  tbMain_->setIconSize(QSize(16, 16));
+  tbMain_->setMovable(false);
+  tbMain_->setFloatable(false);
+
+  auto dropDownEntries = [this](const QString& button, const auto& table) {
+    auto* menu = new QMenu(this);
+    for (const DropDownEntry& e : table) {
+      QAction* entry = menu->addAction(e.Text);
+      entry->setObjectName(e.Key);
+      const QString key = e.Key;
+      connect(entry, &QAction::triggered, this, [this, button, key] { tbMain_ButtonMenuClick(button, key); });
+    }
+    return menu;
+  };
+
+  for (const ToolButtonSpec& spec : kMainButtons) {
+    const QString key = spec.Key;
+    if (spec.Style == ButtonStyle::Holder) {
+      comboPeakPoint_ = new QComboBox(tbMain_);
+      comboPeakPoint_->setObjectName("comboPeakPoint");
+      comboPeakPoint_->addItems({"All Points", "Peak Points"});
+      comboPeakPoint_->setCurrentIndex(1);
+      comboPeakPoint_->setToolTip("Select Move Type");
+      comboPeakPoint_->setFocusPolicy(Qt::ClickFocus);
+      buttons_[key] = tbMain_->addWidget(comboPeakPoint_);
+      continue;
+    }
+    auto* action = new QAction(Image(spec.Image), spec.ToolTip, this);
+    action->setObjectName(key);
+    action->setToolTip(spec.ToolTip);
+    action->setCheckable(spec.Style == ButtonStyle::Toggle);
+    buttons_[key] = action;
+    if (spec.Style == ButtonStyle::Indicator) {
+      // A picture of the acquisition state; it takes no clicks.
+      auto* lamp = new QToolButton(tbMain_);
+      lamp->setDefaultAction(action);
+      lamp->setAutoRaise(true);
+      lamp->setAttribute(Qt::WA_TransparentForMouseEvents);
+      tbMain_->addWidget(lamp);
+    } else {
+      connect(action, &QAction::triggered, this, [this, key] { tbMain_ButtonClick(key); });
+      if (spec.Style == ButtonStyle::DropDown) {
+        QMenu* entries = key == "Export"     ? dropDownEntries(key, kExportEntries)
+                         : key == "dBperDiv" ? dropDownEntries(key, kDBperDivEntries)
+                                             : dropDownEntries(key, kFSpanEntries);
+        tbMain_->addWidget(DropDownButton(action, key, entries));
+      } else {
+        tbMain_->addAction(action);
+      }
+    }
+    if (key == "PeakThreshold") {
+      txtThreshold_ = new QLineEdit("0.000dB", tbMain_);
+      txtThreshold_->setObjectName("txtThreshold");
+      txtThreshold_->setToolTip("Minimum Peak Threshold");
+      txtThreshold_->setReadOnly(true);
+      txtThreshold_->setMaxLength(8);
+      txtThreshold_->setFixedWidth(txtThreshold_->fontMetrics().horizontalAdvance("-125.000dB") + 12);
+      tbMain_->addWidget(txtThreshold_);
+    }
+    if (spec.GroupEnd) tbMain_->addSeparator();
+  }
+}
+
+void frmMain::BuildCursorToolbar(QToolBar* bar) {
+  tbCursors_ = bar;
+  bar->setObjectName("tbCursors");
+  bar->setIconSize(QSize(16, 16));
+  for (const ToolButtonSpec& spec : kCursorButtons) {
+    auto* action = bar->addAction(Image(spec.Image), spec.ToolTip);
+    action->setObjectName(spec.Key);
+    action->setCheckable(spec.Style == ButtonStyle::Toggle);
+    buttons_[spec.Key] = action;
+  }
+  bar->setMinimumWidth(bar->sizeHint().width());  // all three buttons, never the overflow arrow
+}
+
+QAction* frmMain::AddEntry(QMenu* menu, const MenuEntrySpec& spec) {
+  if (spec.Name == nullptr) {
+    menu->addSeparator();
+    return nullptr;
+  }
+  QAction* action = spec.ButtonKey != nullptr ? Button(spec.ButtonKey) : nullptr;
+  if (action != nullptr) {
+    action->setText(spec.Caption);  // the button keeps its tool tip
+  } else {
+    action = new QAction(spec.Caption, this);
+    action->setObjectName(spec.Name);
+    action->setCheckable(spec.Checkable);
+  }
+  menu->addAction(action);
+  entries_[spec.Name] = action;
+  return action;
+}
+
+void frmMain::BuildMenus() {
+  auto addAll = [this](QMenu* menu, const auto& table) {
+    for (const MenuEntrySpec& spec : table) AddEntry(menu, spec);
+  };
+
+  QMenu* file = menuBar()->addMenu("&File");
+  QMenu* exports = file->addMenu("&Export Data Set");
+  exports->setObjectName("mnuFileExport");
+  for (const DataSetInfo& info : kDataSets) {
+    QAction* entry = exports->addAction(info.Caption);
+    entry->setObjectName(info.Command);
+    entries_[info.Command] = entry;
+    const DataSet set = info.Set;
+    connect(entry, &QAction::triggered, this, [this, set] { ExportDataSet(set); });
+  }
+  addAll(file, kFileMenuTail);
+  connect(MenuEntry("mnuFileExit"), &QAction::triggered, this, &QWidget::close);
+
+  QMenu* view = menuBar()->addMenu("&View");
+  view->setObjectName("mnuView");
+  addAll(view, kViewMenuModes);
+  view->addSeparator();
+  QMenu* db = view->addMenu("&dB per Division");
+  QMenu* span = view->addMenu("Frequency &Span");
+  for (int i = 0; i < kPresetCount; ++i) {
+    dbItems_[static_cast<size_t>(i)] = db->addAction(kDBCaptions[static_cast<size_t>(i)]);
+    spanItems_[static_cast<size_t>(i)] = span->addAction(kSpanCaptions[static_cast<size_t>(i)]);
+    for (QAction* item : {dbItems_[static_cast<size_t>(i)], spanItems_[static_cast<size_t>(i)]}) item->setCheckable(true);
+    dbItems_[static_cast<size_t>(i)]->setObjectName(QString("mnuViewDBB%1").arg(i));
+    spanItems_[static_cast<size_t>(i)]->setObjectName(QString("mnuViewFB%1").arg(i));
+    connect(dbItems_[static_cast<size_t>(i)], &QAction::triggered, this, [this, i] { mnuViewDBB_Click(i); });
+    connect(spanItems_[static_cast<size_t>(i)], &QAction::triggered, this, [this, i] { mnuViewFB_Click(i); });
+  }
+  addAll(view, kViewMenuPoints);
+  connect(MenuEntry("mnuViewConstellation"), &QAction::toggled, this, [this] { UpdateView(); });
+
+  QMenu* tools = menuBar()->addMenu("&Tools");
+  for (const TraceSwitch& s : kTraceSwitches) AddEntry(tools, {s.Command, s.Caption, s.ButtonKey, true});
+
+  QMenu* options = menuBar()->addMenu("&Options");
+  addAll(options, kOptionsPalettes);
+  for (int palette = 0; palette < 2; ++palette) {
+    QMenu* colors = options->addMenu(kPaletteSubmenus[palette]);
+    for (const ColorEntrySpec& c : kColorEntries) {
+      const char* caption = palette == 1 && c.PrintingCaption != nullptr ? c.PrintingCaption : c.Caption;
+      QAction* entry = colors->addAction(caption);
+      const QString name = QString(c.Name) + QString::number(palette);
+      entry->setObjectName(name);
+      entries_[name] = entry;
+    }
+  }
+  addAll(options, kOptionsChecks);
+  for (const char* checked : {"mnuOptionsPalette0", "mnuOptionsSnap", "mnuOptionsPanel", "mnuOptionsWindow"})
+    MenuEntry(checked)->setChecked(true);
+
+  QMenu* comm = menuBar()->addMenu("&Communications");
+  addAll(comm, kCommMenu);
+  stopGoMenu_ = MenuEntry("mnuCommStopGo");
+  connect(stopGoMenu_, &QAction::triggered, this, &frmMain::mnuCommStopGo_Click);
+  for (int i = 0; i < kRecentModems; ++i) {
+    QAction* recent = comm->addAction(i == 0 ? kNoRecentModem : "");
+    const QString name = QString("mnuCommSel%1").arg(i);
+    recent->setObjectName(name);
+    recent->setEnabled(false);
+    recent->setVisible(i == 0);
+    entries_[name] = recent;
+  }
+
+  QMenu* help = menuBar()->addMenu("&Help");
+  addAll(help, kHelpMenu);
+}
+
+void frmMain::EnableCommands() {
+  for (const char* key : kLaterButtons) Button(key)->setEnabled(false);
+  for (const char* name : kLaterEntries) MenuEntry(name)->setEnabled(false);
+  for (const ColorEntrySpec& c : kColorEntries)
+    for (int palette = 0; palette < 2; ++palette) MenuEntry(QString(c.Name) + QString::number(palette))->setEnabled(false);
+  comboPeakPoint_->setEnabled(false);
+  Button("ZoomCursors")->setEnabled(false);
+}
+
+void frmMain::tbMain_ButtonClick(const QString& key) {
+  if (const int trace = TraceOfButton(key); trace >= 0) {
+    SwitchTraceCommand(trace);
+  } else if (key == "Export") {
+    tbMain_ButtonMenuClick(key, kExportEntries[static_cast<size_t>(exportKind_)].Key);
+  } else if (key == "StopGo") {
+    cycle_->StopGo_Click();
+    ShowAcquisitionDisplay();
+  } else if (key == "SingleStep") {
+    cycle_->SingleStep_Click();
+  } else if (key == "dBperDiv") {
+    mnuViewDBB_Click(live_.View.DBIndex);
+  } else if (key == "FSpan") {
+    mnuViewFB_Click(live_.View.SpanIndex);
+  } else if (key == "ZoomFitView") {
+    ApplyViewOutcome(live_.View.FitView());
+  } else if (key == "Previous") {
+    ApplyViewOutcome(live_.View.RestorePrevious());
+  } else if (key == "ZoomCursors") {
+    if (cursorDisplay_ && cursors_[0].Placed() && cursors_[1].Placed())
+      ApplyViewOutcome(live_.View.ZoomToFitCursors(cursors_[0].X, cursors_[0].Y, cursors_[1].X, cursors_[1].Y));
+  }
+}
+
+void frmMain::tbMain_ButtonMenuClick(const QString& buttonKey, const QString& entryKey) {
+  const std::string key = entryKey.toStdString();
+  if (buttonKey == "Export") {
+    // Only the first three act; the peak hold and video average entries are the File
+    // menu's alone.
+    static constexpr std::array<DataSet, 3> kActing = {DataSet::Raw, DataSet::Transformed, DataSet::Scaled};
+    for (size_t i = 0; i < kActing.size(); ++i) {
+      if (key == kExportEntries[i].Key) {
+        exportKind_ = static_cast<int>(i);
+        ExportDataSet(kActing[i]);
+      }
+    }
+  } else if (buttonKey == "dBperDiv") {
+    if (const int index = DropDownIndex(key, "dBB0", "dBB9"); index >= 0) mnuViewDBB_Click(index);
+  } else if (buttonKey == "FSpan") {
+    if (const int index = DropDownIndex(key, "FB0", "FB9"); index >= 0) mnuViewFB_Click(index);
+  }
+}
+
+void frmMain::SwitchTraceCommand(int trace) {
+  const bool on = SwitchTrace(live_.State.Traces, selection_, trace);
+  for (const TraceSwitch& s : kTraceSwitches)
+    if (s.Trace == trace) Button(s.ButtonKey)->setChecked(on);
+  UpdateView();
+}
+
+}  // namespace tavrix

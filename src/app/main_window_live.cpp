@@ -1,0 +1,138 @@
+// The main window and the live data: the acquisition cycle's display, each capture
+// block through the update onto the plot and the panels, the title, and the exports.
+#include <QAction>
+#include <QApplication>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMenu>
+#include <QProgressBar>
+#include <QTimer>
+
+#include "app/command_table.h"
+#include "app/main_window.h"
+#include "app/status_panels.h"
+#include "app/version.h"
+#include "view/selection_readout.h"
+#include "view/window_layout.h"
+
+namespace tavrix {
+
+namespace {
+
+constexpr int kCaptureBlinkMs = 400;
+
+QString Text(const std::string& text) { return QString::fromStdString(text); }
+
+std::optional<QString> ShowSaveDialog(QWidget* parent, const SaveDialogSetup& setup) {
+  QFileDialog dialog(parent, setup.Title, setup.Folder);
+  dialog.setAcceptMode(QFileDialog::AcceptSave);
+  dialog.setFileMode(QFileDialog::AnyFile);
+  dialog.setDefaultSuffix(setup.DefaultSuffix);
+  dialog.setNameFilters(setup.Filters);
+  // The writer asks its own overwrite question, with its own text.
+  dialog.setOption(QFileDialog::DontConfirmOverwrite);
+  dialog.selectFile(setup.FileName);
+  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
+  return dialog.selectedFiles().first();
+}
+
+}  // namespace
+
+void frmMain::SetCurrentModem(std::optional<ModemInfo> modem) {
+  const bool wasNone = !currentModem_.has_value();
+  currentModem_ = std::move(modem);
+  SetTitle();
+  ShowAcquisitionDisplay();
+  cycle_->CurrentModemChanged();
+  // With no unit the connection timer is not armed; the first unit is connected at once.
+  if (wasNone && currentModem_ && !cycle_->Connected() && !cycle_->Connecting()) cycle_->Start();
+}
+
+void frmMain::SetTitle() {
+  setWindowTitle(Text(WindowTitle(currentModem_ ? std::optional<std::string>(currentModem_->Name) : std::nullopt,
+                                  kVersion)));
+}
+
+uint16_t frmMain::OnCaptureBlock(const std::string& block) {
+  QProgressBar* progress = panels_->ProgressBar();
+  const bool windowSpectrum = MenuEntry("mnuOptionsWindow")->isChecked();
+  const CaptureOutcome outcome =
+      live_.ProcessBlock(block, windowSpectrum, [progress](int percent) { progress->setValue(percent); });
+  const UpdateReport& r = outcome.Report;
+  ShowSpanCaptions();
+  Button("VideoAverage")->setToolTip(Text(r.VideoAverageToolTip));
+  Button("PeakHold")->setToolTip(Text(r.PeakHoldToolTip));
+  panels_->SetText("CenterFreq", Text(r.CenterFreqPanel));
+  panels_->SetText("SampleRate", Text(r.SampleRatePanel));
+  if (r.StatusText) panels_->SetText("Status", Text(*r.StatusText));
+  UpdateView();
+  // The bar stays full a moment after each capture, then empties: a capture indicator.
+  QTimer::singleShot(kCaptureBlinkMs, progress, [progress] {
+    if (progress->maximum() > 0) progress->setValue(0);
+  });
+  emit captureShown();
+  return live_.State.Capture.LeadWord;
+}
+
+void frmMain::ShowSpanCaptions() {
+  const auto& captions = live_.State.Capture.SpanCaptions;
+  QMenu* entries = DropDown("FSpan");
+  for (size_t i = 0; i < captions.size(); ++i) {
+    spanItems_[i]->setText(Text(captions[i]));
+    if (entries != nullptr && i < static_cast<size_t>(entries->actions().size()))
+      entries->actions()[static_cast<qsizetype>(i)]->setText(Text(captions[i]));
+  }
+}
+
+void frmMain::RefreshSelectionPanels() {
+  // Redraws refresh the selection's panels; "Status" keeps its notice.
+  const SelectionReadout r =
+      ReadSelection(live_.State.Traces, selection_, live_.State.Capture.FreqScale, live_.State.Capture.FreqFormat);
+  panels_->SetText("CurPoint", Text(r.Point));
+  panels_->SetText("Frequency", Text(r.Frequency));
+  panels_->SetText("Amplitude", Text(r.Amplitude));
+  panels_->SetText("CurTrace", Text(r.Trace));
+  panels_->SetPicture("CurTrace", Text(r.Picture));
+}
+
+void frmMain::ShowAcquisitionDisplay() {
+  const AcquisitionDisplay& d = cycle_->Display();
+  QAction* stopGo = Button("StopGo");
+  stopGo->setChecked(d.StopGoPressed);
+  stopGo->setIcon(QIcon(QStringLiteral(":/icons/") + (d.StopGoImage == kImageNone ? "Stop" : ToolbarImage(d.StopGoImage))));
+  stopGoMenu_->setText(Text(d.StopGoCaption));
+  Button("SingleStep")->setEnabled(d.SingleStepEnabled);
+  const char* lamp = d.StatusPicture == kImageNone ? "Red" : ToolbarImage(d.StatusPicture);
+  Button("Status")->setIcon(QIcon(QStringLiteral(":/icons/") + lamp));
+  panels_->SetPicture("Status", d.StatusPicture == kImageNone ? QString() : QString(lamp));
+  // While the first connection is made the bar shows that something is under way.
+  QProgressBar* progress = panels_->ProgressBar();
+  if (d.ConnectingProgress)
+    progress->setRange(0, 0);
+  else if (progress->maximum() == 0)
+    progress->setRange(0, 100);
+  if (d.BusyPointer != busyShown_) {
+    busyShown_ = d.BusyPointer;
+    if (busyShown_)
+      QApplication::setOverrideCursor(Qt::BusyCursor);
+    else
+      QApplication::restoreOverrideCursor();
+  }
+}
+
+void frmMain::ExportDataSet(DataSet set) {
+  const DataSetInfo& info = InfoOf(set);
+  const SaveDialogSetup setup{info.DialogTitle, lastPath_, "*.TXT", "TXT", {"*.TXT (*.TXT)", "*.* (*)"}};
+  const std::optional<QString> file =
+      options_.ChooseSaveFile ? options_.ChooseSaveFile(setup) : ShowSaveDialog(this, setup);
+  if (!file || file->isEmpty()) return;  // cancelled: nothing is written, nothing said
+  const QFileInfo chosen(*file);
+  if (chosen.absoluteDir().exists()) lastPath_ = chosen.absolutePath();
+  QProgressBar* progress = panels_->ProgressBar();
+  const ExportResult result = WriteDataSet(set, file->toStdString(), live_.State, notices_.get(),
+                                           [progress](int percent) { progress->setValue(percent); });
+  if (result.outcome == ExportResult::Failed)
+    notices_->Ask(result.message, kProgramTitle, MessageButtons::Ok, MessageIcon::Critical);
+}
+
+}  // namespace tavrix

@@ -1,0 +1,119 @@
+#include "app/status_panels.h"
+
+#include <QFontMetrics>
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QLabel>
+#include <QProgressBar>
+
+#include <cstring>
+
+namespace tavrix {
+
+namespace {
+
+constexpr int kPictureSize = 16;
+constexpr int kProgressWidth = 80;
+// The longest text each panel shows, by which its width is measured ("Status" takes the rest).
+constexpr std::array<const char*, kStatusPanelKeys.size()> kWidestText = {
+    "", "538976.28800KHz", "250.0000KHz", "Video Average", "2048", "4294967.29500000MHz", "-125.000dB", ""};
+constexpr std::array<const char*, kStatusPanelKeys.size()> kToolTips = {
+    "Status", "Centre frequency", "Sample rate", "Trace of the selected point", "Selected point",
+    "Frequency of the selected point", "Amplitude of the selected point", "Cursor"};
+
+}  // namespace
+
+StatusPanels::StatusPanels(QWidget* parent) : QWidget(parent) {
+  setObjectName("sbStatus");
+  auto* row = new QHBoxLayout(this);
+  row->setContentsMargins(0, 0, 0, 0);
+  row->setSpacing(0);
+  for (size_t i = 0; i < panels_.size(); ++i) {
+    PanelParts& p = panels_[i];
+    auto* frame = new QFrame(this);
+    frame->setObjectName(kStatusPanelKeys[i]);
+    frame->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
+    frame->setToolTip(kToolTips[i]);
+    auto* inner = new QHBoxLayout(frame);
+    inner->setContentsMargins(3, 1, 3, 1);
+    inner->setSpacing(3);
+    p.picture = new QLabel(frame);
+    p.picture->setFixedSize(kPictureSize, kPictureSize);
+    p.picture->hide();
+    p.text = new QLabel(frame);
+    p.text->setTextFormat(Qt::PlainText);
+    p.text->setMinimumWidth(0);
+    inner->addWidget(p.picture);
+    inner->addWidget(p.text, 1);
+    p.frame = frame;
+    row->addWidget(frame);
+  }
+  progress_ = new QProgressBar(this);
+  progress_->setObjectName("pbStatus");
+  progress_->setRange(0, 100);
+  progress_->setValue(0);
+  progress_->setTextVisible(false);
+  progress_->setFixedWidth(kProgressWidth);
+  row->addWidget(progress_);
+}
+
+int StatusPanels::IndexOf(const char* key) const {
+  for (size_t i = 0; i < kStatusPanelKeys.size(); ++i)
+    if (std::strcmp(kStatusPanelKeys[i], key) == 0) return static_cast<int>(i);
+  return -1;
+}
+
+void StatusPanels::SetText(const char* key, const QString& text) {
+  const int i = IndexOf(key);
+  if (i < 0) return;
+  panels_[static_cast<size_t>(i)].text->setText(text);
+  if (i == 0) panels_[0].frame->setToolTip(text.isEmpty() ? QString("Status") : text);
+}
+
+QString StatusPanels::Text(const char* key) const {
+  const int i = IndexOf(key);
+  return i < 0 ? QString() : panels_[static_cast<size_t>(i)].text->text();
+}
+
+void StatusPanels::SetPicture(const char* key, const QString& imageName) {
+  const int i = IndexOf(key);
+  if (i < 0) return;
+  PanelParts& p = panels_[static_cast<size_t>(i)];
+  if (p.pictureName == imageName) return;
+  p.pictureName = imageName;
+  if (imageName.isEmpty()) {
+    p.picture->hide();
+    return;
+  }
+  p.picture->setPixmap(QIcon(":/icons/" + imageName).pixmap(kPictureSize, kPictureSize));
+  p.picture->show();
+}
+
+QString StatusPanels::Picture(const char* key) const {
+  const int i = IndexOf(key);
+  return i < 0 ? QString() : panels_[static_cast<size_t>(i)].pictureName;
+}
+
+QWidget* StatusPanels::Panel(const char* key) const {
+  const int i = IndexOf(key);
+  return i < 0 ? nullptr : panels_[static_cast<size_t>(i)].frame;
+}
+
+void StatusPanels::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  ShareWidth();
+}
+
+void StatusPanels::ShareWidth() {
+  const QFontMetrics fm(font());
+  std::array<int, kStatusPanelKeys.size()> wanted{};
+  for (size_t i = 0; i < wanted.size(); ++i)
+    wanted[i] = fm.horizontalAdvance(kWidestText[i]) + 12 + (i == 3 ? kPictureSize + 3 : 0);
+  wanted[7] = fm.horizontalAdvance("0000000000");
+  const int total = width() - kProgressWidth;
+  const auto widths = StatusPanelWidths(total, wanted, fm.horizontalAdvance('0') * 24);
+  for (size_t i = 0; i < panels_.size(); ++i) panels_[i].frame->setFixedWidth(widths[i]);
+}
+
+}  // namespace tavrix
