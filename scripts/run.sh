@@ -1,9 +1,32 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs the product on a capture block that ships
-# with it: the headless export of the transformed and scaled data set.
+# Installs what is missing, builds, and opens the viewer on the built-in simulated
+# demodulator (--demo), the unit to watch while none of the rack's is configured. On a
+# machine without a display it says so and draws the simulated unit's live spectrum into
+# a PNG instead, and says where it went.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
 bash scripts/build.sh release >/dev/null
-out=${TAVRIX_OUT:-$PWD/build/sample_capture.scaled.txt}
-build/release/src/tavrix-spectrum export --set scaled --out "$out" data/sample_capture.bin
+bin=build/release/src/tavrix-spectrum
+
+if [[ -n "${DISPLAY:-}" || -n "${WAYLAND_DISPLAY:-}" ]]; then
+  exec "$bin" --demo
+fi
+
+echo "No display here: drawing the simulated unit's live spectrum into a PNG instead."
+work=$(mktemp -d)
+python3 tools/demod_sim.py --port 0 --log /dev/null >"$work/listening" 2>"$work/errors" &
+sim=$!
+trap 'kill "$sim" 2>/dev/null; rm -rf "$work"' EXIT
+for _ in $(seq 50); do grep -q LISTENING "$work/listening" && break; sleep 0.1; done
+port=$(awk '/LISTENING/ {print $2}' "$work/listening")
+if [[ -z "$port" ]]; then
+  echo "The simulated demodulator did not start: $(cat "$work/errors")" >&2
+  exit 1
+fi
+blocks=()
+for n in 1 2 3 4; do
+  "$bin" snapshot --modem "127.0.0.1:$port" --save-block "$work/capture_$n.bin" >/dev/null
+  blocks+=("$work/capture_$n.bin")
+done
+"$bin" render --png "${TAVRIX_OUT:-$PWD/build/live_spectrum.png}" --peak-hold --video-average "${blocks[@]}"

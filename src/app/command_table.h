@@ -151,7 +151,7 @@ inline constexpr MenuEntrySpec kViewMenuPoints[] = {
     {"mnuViewCursor1", "Set Cursor &2 Location", nullptr, true},
     {"mnuViewCursors", "View Cursors &Display", nullptr, true},
     kSeparator,
-    {"mnuViewConstellation", "Show Co&nstellation", nullptr, true},
+    {"mnuViewConstellation", "I/&Q Constellation", nullptr, true},
     {"mnuViewCopy", "&Copy/Capture Current View", nullptr, false},
 };
 

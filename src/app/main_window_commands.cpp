@@ -189,8 +189,8 @@ void frmMain::BuildMenus() {
   view->setObjectName("mnuView");
   addAll(view, kViewMenuModes);
   view->addSeparator();
-  QMenu* db = view->addMenu("&dB per Division");
-  QMenu* span = view->addMenu("Frequency &Span");
+  QMenu* db = view->addMenu("dB per Di&vision");
+  QMenu* span = view->addMenu("Frequency Sp&an");
   for (int i = 0; i < kPresetCount; ++i) {
     dbItems_[static_cast<size_t>(i)] = db->addAction(kDBCaptions[static_cast<size_t>(i)]);
     spanItems_[static_cast<size_t>(i)] = span->addAction(kSpanCaptions[static_cast<size_t>(i)]);

@@ -99,7 +99,8 @@ void frmMain::ShowAcquisitionDisplay() {
   const AcquisitionDisplay& d = cycle_->Display();
   QAction* stopGo = Button("StopGo");
   stopGo->setChecked(d.StopGoPressed);
-  stopGo->setIcon(QIcon(QStringLiteral(":/icons/") + (d.StopGoImage == kImageNone ? "Stop" : ToolbarImage(d.StopGoImage))));
+  // Pressed (halted) it shows the halted lamp; running, the command it offers: Stop.
+  stopGo->setIcon(QIcon(QStringLiteral(":/icons/") + (d.StopGoPressed ? ToolbarImage(d.StopGoImage) : "Stop")));
   stopGoMenu_->setText(Text(d.StopGoCaption));
   Button("SingleStep")->setEnabled(d.SingleStepEnabled);
   const char* lamp = d.StatusPicture == kImageNone ? "Red" : ToolbarImage(d.StatusPicture);

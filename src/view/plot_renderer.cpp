@@ -255,6 +255,12 @@ void UpdateView(QPainter& painter, const QSizeF& size, const PlotScene& scene) {
   const PlotGrid grid = ComputeGrid(scene.View, scene.FreqScale, scene.CheckedDB, a, metrics);
   DrawGridAndLegend(painter, map, grid, scene, metrics);
   DrawTraceKey(painter, map, scene, metrics);
+  if (scene.Traces != nullptr && !scene.Traces->DataValid) {
+    const QString note = "No capture received yet";
+    painter.drawText(QPointF(a.Left + (a.Width - painter.fontMetrics().horizontalAdvance(note)) / 2,
+                             a.Top + a.Height / 3),
+                     note);
+  }
   DrawThreshold(painter, map, scene);
   DrawCursors(painter, map, scene);
   DrawSelection(painter, map, scene);

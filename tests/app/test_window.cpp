@@ -297,10 +297,9 @@ class WindowTest : public QObject {
     QVERIFY(viewer.waitForStarted());
     // The simulator is the viewer's child.
     auto child = [&] {
-      QProcess pgrep;
-      pgrep.start("pgrep", {"-P", QString::number(viewer.processId())});
-      pgrep.waitForFinished();
-      return pgrep.readAllStandardOutput().trimmed().toLongLong();
+      const QString pid = QString::number(viewer.processId());
+      QFile children(QString("/proc/%1/task/%1/children").arg(pid));
+      return children.open(QIODevice::ReadOnly) ? children.readAll().trimmed().split(' ').first().toLongLong() : 0;
     };
     qint64 simulator = 0;
     QTRY_VERIFY_WITH_TIMEOUT((simulator = child()) > 0, kWaitMs);
