@@ -193,6 +193,31 @@ inline constexpr MenuEntrySpec kCommMenu[] = {
     {"mnuCommManage", "&Manage Modems/Select Modem", nullptr, false},
     kSeparator,
 };
+// The five movement commands in the two move modes: peak points and all points.
+struct MoveCommandSpec {
+  const char* ButtonKey;
+  const char* Entry;
+  const char* PeakToolTip;
+  const char* PeakCaption;
+  const char* PointToolTip;
+  const char* PointCaption;
+};
+inline constexpr MoveCommandSpec kMoveCommands[] = {
+    {"FirstPoint", "mnuViewFirstPoint", "Go to Lowest Peak", "Go to Lowest (&Bottom) Peak", "Go to First Point",
+     "Go to First (&Bottom) Point"},
+    {"NextPoint", "mnuViewNextPoint", "Go to Next Highest Peak", "Go to &Next Highest Peak", "Go to Next Point",
+     "Go to &Next Point"},
+    {"PreviousPoint", "mnuViewPreviousPoint", "Go to Previous Highest Peak", "Go to &Previous Highest Peak",
+     "Go to Previous Point", "Go to &Previous Point"},
+    {"LastPoint", "mnuViewLastPoint", "Go to Highest Peak", "Go to Highest (&Top) Peak", "Go to Last Point",
+     "Go to Last (&Top) Point"},
+    {"CurPoint", "mnuViewCurPoint", "Go to Last Selected Peak", "Go to &Last Selected Peak",
+     "Go to Last Selected Point", "Go to &Last Selected Point"},
+};
+// mnuViewPeakPoint offers the other mode.
+inline constexpr const char* kMoveByAllPoints = "Select &Move by All Points";
+inline constexpr const char* kMoveByPeakPoints = "Select &Move by Peak Points";
+
 inline constexpr int kRecentModems = 10;
 inline constexpr const char* kNoRecentModem = "<No Recent Modem Monitored>";
 

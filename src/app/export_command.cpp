@@ -29,24 +29,34 @@ std::string ParseWindowOption(OptionReader& reader, bool& windowSpectrum) {
   return {};
 }
 
+bool TakeBlockProcessingWord(OptionReader& reader, BlockProcessing& blocks, std::string& problem) {
+  const std::string& name = reader.Name();
+  if (!reader.IsOption()) {
+    blocks.BlockFiles.push_back(reader.Word());
+  } else if (name == "--window") {
+    problem = ParseWindowOption(reader, blocks.WindowSpectrum);
+  } else if ((name == "--peak-hold" || name == "--video-average") && !reader.HasInlineValue()) {
+    (name == "--peak-hold" ? blocks.PeakHold : blocks.VideoAverage) = true;
+  } else {
+    return false;
+  }
+  return true;
+}
+
 std::string ParseExportOptions(const std::vector<std::string>& args, ExportOptions& options) {
   bool haveSet = false;
   OptionReader reader(args);
   while (reader.Next()) {
     const std::string& name = reader.Name();
     std::string problem;
-    if (!reader.IsOption()) {
-      options.BlockFiles.push_back(reader.Word());
+    if (TakeBlockProcessingWord(reader, options.Blocks, problem)) {
+      // a block file, or how the blocks are processed
     } else if (name == "--set") {
       problem = ParseSetOption(reader, options.Set);
       haveSet = true;
-    } else if (name == "--window") {
-      problem = ParseWindowOption(reader, options.WindowSpectrum);
     } else if (name == "--out") {
       problem = reader.TakeValue(options.OutFile);
       if (problem.empty() && options.OutFile.empty()) problem = "--out needs a file name";
-    } else if ((name == "--peak-hold" || name == "--video-average") && !reader.HasInlineValue()) {
-      (name == "--peak-hold" ? options.PeakHold : options.VideoAverage) = true;
     } else {
       problem = "unknown option " + reader.Word();
     }
@@ -54,7 +64,7 @@ std::string ParseExportOptions(const std::vector<std::string>& args, ExportOptio
   }
   if (!haveSet) return "--set is required (" + std::string(kSetNames) + ")";
   if (options.OutFile.empty()) return "--out FILE is required";
-  if (options.BlockFiles.empty()) return "at least one capture block file is required";
+  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file is required";
   return {};
 }
 
@@ -73,22 +83,22 @@ LiveSpectrum ProcessBlocks(const std::vector<std::string>& blocks, bool windowSp
   return live;
 }
 
-std::string ReadBlockFiles(const std::vector<std::string>& files, std::vector<std::string>& blocks) {
-  blocks.assign(files.size(), {});
-  for (size_t i = 0; i < files.size(); ++i) {
-    const std::string error = ReadFileCapped(files[i], kMaxBlockFileBytes, blocks[i]);
-    if (!error.empty()) return "cannot read capture block " + files[i] + ": " + error;
+std::string ProcessBlockFiles(const BlockProcessing& blocks, LiveSpectrum& live) {
+  std::vector<std::string> contents(blocks.BlockFiles.size());
+  for (size_t i = 0; i < contents.size(); ++i) {
+    const std::string error = ReadFileCapped(blocks.BlockFiles[i], kMaxBlockFileBytes, contents[i]);
+    if (!error.empty()) return "cannot read capture block " + blocks.BlockFiles[i] + ": " + error;
   }
+  live = ProcessBlocks(contents, blocks.WindowSpectrum, blocks.PeakHold, blocks.VideoAverage);
   return {};
 }
 
 int RunExport(const ExportOptions& options, std::ostream& out, std::ostream& err) {
-  std::vector<std::string> blocks;
-  if (const std::string error = ReadBlockFiles(options.BlockFiles, blocks); !error.empty()) {
+  LiveSpectrum live;
+  if (const std::string error = ProcessBlockFiles(options.Blocks, live); !error.empty()) {
     err << "tavrix-spectrum: " << error << "\n";
     return 1;
   }
-  const LiveSpectrum live = ProcessBlocks(blocks, options.WindowSpectrum, options.PeakHold, options.VideoAverage);
   return WriteDataSetFile(options.Set, options.OutFile, live.State, out, err);
 }
 

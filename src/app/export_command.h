@@ -11,16 +11,28 @@ namespace tavrix {
 // Capture block files larger than this are not blocks (a unit sends 8224 bytes).
 inline constexpr size_t kMaxBlockFileBytes = 1 << 20;
 
-struct ExportOptions {
-  DataSet Set = DataSet::Scaled;
+// How the commands that read capture block files process them: as successive captures
+// in the viewer, with the window option and the two trace switches.
+struct BlockProcessing {
   bool WindowSpectrum = true;  // the stored default of the window option
   bool PeakHold = false;
   bool VideoAverage = false;
-  std::string OutFile;
   std::vector<std::string> BlockFiles;
 };
 
+struct ExportOptions {
+  DataSet Set = DataSet::Scaled;
+  std::string OutFile;
+  BlockProcessing Blocks;
+};
+
 class OptionReader;
+// Takes the word the reader stands on when it is a block file, --window, --peak-hold or
+// --video-average: true when taken, with `problem` saying what is wrong with it.
+bool TakeBlockProcessingWord(OptionReader& reader, BlockProcessing& blocks, std::string& problem);
+// Reads every block and processes them in order; an empty text, or what could not be read.
+std::string ProcessBlockFiles(const BlockProcessing& blocks, LiveSpectrum& live);
+
 // The values of --set and --window; an empty text, or what is wrong.
 std::string ParseSetOption(OptionReader& reader, DataSet& set);
 std::string ParseWindowOption(OptionReader& reader, bool& windowSpectrum);
@@ -47,9 +59,5 @@ std::string ShownPath(const std::string& path);
 // skipped. The view is prepared as for a redraw.
 LiveSpectrum ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,
                            bool videoAverage);
-
-// Reads every block file (each at most kMaxBlockFileBytes) before anything is computed.
-// Returns an empty text, or what could not be read.
-std::string ReadBlockFiles(const std::vector<std::string>& files, std::vector<std::string>& blocks);
 
 }  // namespace tavrix

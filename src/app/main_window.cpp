@@ -110,8 +110,8 @@ frmMain::~frmMain() {
 }
 
 QSize frmMain::MinimumPixels() const {
-  const double dpi = logicalDpiX() > 0 ? logicalDpiX() : 96.0;
-  return {TwipsToPixels(kMinimumWidthTwips, dpi), TwipsToPixels(kMinimumHeightTwips, dpi)};
+  const double dpiX = logicalDpiX() > 0 ? logicalDpiX() : 96.0, dpiY = logicalDpiY() > 0 ? logicalDpiY() : 96.0;
+  return {TwipsToPixels(kMinimumWidthTwips, dpiX), TwipsToPixels(kMinimumHeightTwips, dpiY)};
 }
 
 void frmMain::BuildCentralArea() {

@@ -107,6 +107,8 @@ class frmMain : public QMainWindow {
   QAction* AddEntry(QMenu* menu, const struct MenuEntrySpec& spec);
   QToolButton* DropDownButton(QAction* face, const QString& key, QMenu* entries);
   void EnableCommands();
+  // The captions and tool tips of the movement commands for a move mode.
+  void ShowMoveMode(bool byPeaks);
 
   // Layout (main_window.cpp).
   void BuildCentralArea();

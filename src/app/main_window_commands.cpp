@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
+#include <QSignalBlocker>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -57,6 +58,7 @@ void frmMain::BuildCommands() {
   BuildMainToolbar();
   BuildMenus();
   EnableCommands();
+  ShowMoveMode(true);  // moves go by peak points until the operator chooses otherwise
 }
 
 QToolButton* frmMain::DropDownButton(QAction* face, const QString& key, QMenu* entries) {
@@ -94,7 +96,6 @@ void frmMain::BuildMainToolbar() {
       comboPeakPoint_ = new QComboBox(tbMain_);
       comboPeakPoint_->setObjectName("comboPeakPoint");
       comboPeakPoint_->addItems({"All Points", "Peak Points"});
-      comboPeakPoint_->setCurrentIndex(1);
       comboPeakPoint_->setToolTip("Select Move Type");
       comboPeakPoint_->setFocusPolicy(Qt::ClickFocus);
       buttons_[key] = tbMain_->addWidget(comboPeakPoint_);
@@ -237,6 +238,16 @@ void frmMain::BuildMenus() {
 
   QMenu* help = menuBar()->addMenu("&Help");
   addAll(help, kHelpMenu);
+}
+
+void frmMain::ShowMoveMode(bool byPeaks) {
+  const QSignalBlocker quiet(comboPeakPoint_);
+  comboPeakPoint_->setCurrentIndex(byPeaks ? 1 : 0);
+  for (const MoveCommandSpec& m : kMoveCommands) {
+    Button(m.ButtonKey)->setToolTip(byPeaks ? m.PeakToolTip : m.PointToolTip);
+    MenuEntry(m.Entry)->setText(byPeaks ? m.PeakCaption : m.PointCaption);
+  }
+  MenuEntry("mnuViewPeakPoint")->setText(byPeaks ? kMoveByAllPoints : kMoveByPeakPoints);
 }
 
 void frmMain::EnableCommands() {

@@ -4,9 +4,10 @@
 #include <QGuiApplication>
 #include <QImage>
 
+#include <charconv>
 #include <memory>
 #include <ostream>
-#include <regex>
+#include <string_view>
 
 #include "app/export_command.h"
 #include "app/option_reader.h"
@@ -52,15 +53,18 @@ std::string ParsePngOption(OptionReader& reader, std::string& file) {
 std::string ParseSizeOption(OptionReader& reader, int& width, int& height) {
   std::string text;
   if (auto e = reader.TakeValue(text); !e.empty()) return e;
-  static const std::regex kSize("([0-9]{1,5})x([0-9]{1,5})");
-  std::smatch m;
-  if (std::regex_match(text, m, kSize)) {
-    const int w = std::stoi(m[1]), h = std::stoi(m[2]);
-    if (w >= kMinSide && w <= kMaxSide && h >= kMinSide && h <= kMaxSide) {
-      width = w;
-      height = h;
-      return {};
-    }
+  // WIDTHxHEIGHT: digits, an "x", digits, and nothing else.
+  const size_t x = text.find('x');
+  const std::string_view w = std::string_view(text).substr(0, x);
+  const std::string_view h = x == std::string::npos ? std::string_view() : std::string_view(text).substr(x + 1);
+  int wide = 0, high = 0;
+  const auto [wEnd, wError] = std::from_chars(w.data(), w.data() + w.size(), wide);
+  const auto [hEnd, hError] = std::from_chars(h.data(), h.data() + h.size(), high);
+  if (wError == std::errc() && hError == std::errc() && wEnd == w.data() + w.size() && hEnd == h.data() + h.size() &&
+      wide >= kMinSide && wide <= kMaxSide && high >= kMinSide && high <= kMaxSide) {
+    width = wide;
+    height = high;
+    return {};
   }
   return "--size must be WIDTHxHEIGHT, each " + std::to_string(kMinSide) + " to " + std::to_string(kMaxSide) +
          ", not \"" + text + "\"";
@@ -71,8 +75,8 @@ std::string ParseRenderOptions(const std::vector<std::string>& args, RenderOptio
   while (reader.Next()) {
     const std::string& name = reader.Name();
     std::string problem;
-    if (!reader.IsOption()) {
-      options.BlockFiles.push_back(reader.Word());
+    if (TakeBlockProcessingWord(reader, options.Blocks, problem)) {
+      // a block file, or how the blocks are processed
     } else if (name == "--png") {
       problem = ParsePngOption(reader, options.Png);
     } else if (name == "--size") {
@@ -81,17 +85,13 @@ std::string ParseRenderOptions(const std::vector<std::string>& args, RenderOptio
       problem = ParseChoice(reader, options.Scale, 1, 2);
     } else if (name == "--palette") {
       problem = ParseChoice(reader, options.Palette, 0, 1);
-    } else if (name == "--window") {
-      problem = ParseWindowOption(reader, options.WindowSpectrum);
-    } else if ((name == "--peak-hold" || name == "--video-average") && !reader.HasInlineValue()) {
-      (name == "--peak-hold" ? options.PeakHold : options.VideoAverage) = true;
     } else {
       problem = "unknown option " + reader.Word();
     }
     if (!problem.empty()) return problem;
   }
   if (options.Png.empty()) return "--png FILE is required";
-  if (options.BlockFiles.empty()) return "at least one capture block file is required";
+  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file is required";
   return {};
 }
 
@@ -119,12 +119,11 @@ int WritePlotPng(const LiveSpectrum& live, const std::string& file, int width, i
 }
 
 int RunRender(const RenderOptions& options, std::ostream& out, std::ostream& err) {
-  std::vector<std::string> blocks;
-  if (const std::string error = ReadBlockFiles(options.BlockFiles, blocks); !error.empty()) {
+  LiveSpectrum live;
+  if (const std::string error = ProcessBlockFiles(options.Blocks, live); !error.empty()) {
     err << "tavrix-spectrum: " << error << "\n";
     return 1;
   }
-  const LiveSpectrum live = ProcessBlocks(blocks, options.WindowSpectrum, options.PeakHold, options.VideoAverage);
   return WritePlotPng(live, options.Png, options.Width, options.Height, options.Scale, options.Palette, out, err);
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "app/export_command.h"
 #include "view/live_spectrum.h"
 
 namespace tavrix {
@@ -16,10 +17,7 @@ struct RenderOptions {
   int Height = kDefaultRenderHeight;
   int Scale = 1;
   int Palette = 0;  // 0 viewing, 1 printing
-  bool WindowSpectrum = true;
-  bool PeakHold = false;
-  bool VideoAverage = false;
-  std::vector<std::string> BlockFiles;
+  BlockProcessing Blocks;
 };
 
 std::string ParseRenderOptions(const std::vector<std::string>& args, RenderOptions& options);
