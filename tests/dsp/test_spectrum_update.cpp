@@ -92,40 +92,6 @@ class SpectrumUpdateTest : public QObject {
     CompareReport(report, vertical, state, sequence ? expected["results"].toObject() : expected);
   }
 
-  void tonesShowOneBinHigherWithTheCentreLast_data() {
-    QTest::addColumn<int>("bin");
-    QTest::addColumn<int>("point");  // 1-based
-    QTest::addColumn<int>("label");  // the sample index whose frequency labels the point
-    QTest::newRow("positive") << 17 << 18 << 18;
-    QTest::newRow("negative") << -5 << 2044 << -4;
-  }
-
-  void tonesShowOneBinHigherWithTheCentreLast() {
-    // A tone at bin j shows at the point that holds bin j, with the label of bin j + 1;
-    // the last point is labelled with the centre frequency itself.
-    QFETCH(int, bin);
-    QFETCH(int, point);
-    QFETCH(int, label);
-    SpectrumState state;
-    state.Capture.CenterFreq = 70;
-    state.Capture.SampleRate = 62.5;
-    state.Capture.FreqScale = 10;
-    for (int n = 0; n < kSampleCount; ++n) {
-      state.Capture.SampleI[n] = static_cast<float>(100 * std::cos(2 * M_PI * bin * n / kSampleCount));
-      state.Capture.SampleQ[n] = static_cast<float>(100 * std::sin(2 * M_PI * bin * n / kSampleCount));
-    }
-    VerticalWindow vertical;
-    UpdateSpectrum(state, vertical, false);
-    const TraceSet& t = state.Traces;
-    int loudest = 0;
-    for (int k = 1; k < kPointCount; ++k)
-      if (t.AmpPoints[k].Current > t.AmpPoints[loudest].Current) loudest = k;
-    QCOMPARE(loudest + 1, point);
-    QCOMPARE(t.FreqPoints[loudest].Current, static_cast<float>((label / 4096.0 * 62.5 + 70) * 10));
-    QCOMPARE(t.FreqPoints[1024].Current, static_cast<float>((-1023.0 / 4096 * 62.5 + 70) * 10));  // after the gap
-    QCOMPARE(t.FreqPoints[kPointCount - 1].Current, 700.0f);
-  }
-
   void flatTraceRefitsToTheWideWindow() {
     // All-zero input: every level is the 0 dB floor, the range counts as 250, and a due
     // re-fit gives 187.5 .. -150. The progress rises through every percentage once.
