@@ -216,8 +216,8 @@ void frmMain::SetChecksFB(int index) {
 }
 
 void frmMain::ApplyViewOutcome(const ViewOutcome& outcome) {
-  if (outcome.Notice != nullptr) {
-    notices_->ShowStatus(outcome.Notice, true);
+  if (!outcome.Notice.empty()) {
+    notices_->ShowStatus(std::string(outcome.Notice), true);
     cycle_->StartStatusTimer();
   }
   if (outcome.Redraw) UpdateView();

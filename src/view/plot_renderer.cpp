@@ -81,7 +81,7 @@ void DrawTraces(QPainter& painter, const PlotMapping& map, const PlotScene& scen
 }
 
 void DrawGridAndLegend(QPainter& painter, const PlotMapping& map, const PlotGrid& grid, const PlotScene& scene,
-                       const LegendMetrics& metrics) {
+                       const LegendMetrics& metrics, double surfaceWidth) {
   const PixelRect& a = map.Area();
   QPen gridPen(ToColor(scene.Colors[kGridLinesColor]), 0, Qt::DashDotDotLine);
   gridPen.setCosmetic(true);
@@ -112,7 +112,10 @@ void DrawGridAndLegend(QPainter& painter, const PlotMapping& map, const PlotGrid
   const double labelBaseline = a.Bottom() + 3 + fm.ascent();
   for (const GridLine& line : grid.Frequency) {
     const QString text = QString::fromStdString(line.Label);
-    const double x = map.ToPixelX(line.Position) - fm.horizontalAdvance(text) / 2;
+    const double width = fm.horizontalAdvance(text);
+    const double x = map.ToPixelX(line.Position) - width / 2;
+    // A label at the very edge would run into the level labels or off the surface.
+    if (x < a.Left - 6 || x + width > surfaceWidth) continue;
     painter.drawText(QPointF(x, labelBaseline), text);
   }
   // Axis texts: the frequency axis below its labels, the level axis rotated beside them.
@@ -253,7 +256,7 @@ void UpdateView(QPainter& painter, const QSizeF& size, const PlotScene& scene) {
 
   painter.setPen(ToColor(scene.Colors[kLegendColor]));
   const PlotGrid grid = ComputeGrid(scene.View, scene.FreqScale, scene.CheckedDB, a, metrics);
-  DrawGridAndLegend(painter, map, grid, scene, metrics);
+  DrawGridAndLegend(painter, map, grid, scene, metrics, size.width());
   DrawTraceKey(painter, map, scene, metrics);
   if (scene.Traces != nullptr && !scene.Traces->DataValid) {
     const QString note = "No capture received yet";

@@ -58,7 +58,7 @@ void ViewWindow::SetCenter(float x, float y) {
 
 ViewOutcome ViewWindow::RestorePrevious() {
   Scale = PreviousView;
-  return {true, nullptr};
+  return {true, {}};
 }
 
 bool ViewWindow::SetBand(float dataLeft, float dataRight, float freqScale) {
@@ -92,7 +92,7 @@ ViewScale ViewWindow::FullView() const {
 ViewOutcome ViewWindow::FitView() {
   SetPrevious();
   ShowFullView();
-  return {true, nullptr};
+  return {true, {}};
 }
 
 void ViewWindow::CenterOn(float x, float y) {
@@ -106,7 +106,7 @@ ViewOutcome ViewWindow::ApplyDBPreset(int index) {
   Scale.ScaleHeight = AmpRange / divisor;
   Scale.ScaleTop = CenterY() - Scale.ScaleHeight / 2;
   DBIndex = index;
-  return {true, nullptr};
+  return {true, {}};
 }
 
 ViewOutcome ViewWindow::ApplySpanPreset(int index) {
@@ -115,7 +115,7 @@ ViewOutcome ViewWindow::ApplySpanPreset(int index) {
   Scale.ScaleWidth = width / FreqScale;
   Scale.ScaleLeft = CenterX() - Scale.ScaleWidth / 2;
   SpanIndex = index;
-  return {true, nullptr};
+  return {true, {}};
 }
 
 ViewOutcome ViewWindow::ZoomIn() {
@@ -133,7 +133,7 @@ ViewOutcome ViewWindow::ZoomInAbout(float x, float y) {
   Scale.ScaleWidth = static_cast<float>(Scale.ScaleWidth * kZoomInApplied);
   Scale.ScaleHeight = static_cast<float>(Scale.ScaleHeight * kZoomInApplied);
   CenterOn(x, y);
-  return {true, nullptr};
+  return {true, {}};
 }
 
 ViewOutcome ViewWindow::ZoomOutAbout(float x, float y, bool resetOnLimit) {
@@ -147,7 +147,7 @@ ViewOutcome ViewWindow::ZoomOutAbout(float x, float y, bool resetOnLimit) {
   Scale.ScaleWidth = static_cast<float>(Scale.ScaleWidth * kZoomOut);
   Scale.ScaleHeight = static_cast<float>(Scale.ScaleHeight * kZoomOut);
   CenterOn(x, y);
-  return {true, nullptr};
+  return {true, {}};
 }
 
 ViewOutcome ViewWindow::ZoomToFitCursors(float x1, float y1, float x2, float y2) {
@@ -160,7 +160,7 @@ ViewOutcome ViewWindow::ZoomToFitCursors(float x1, float y1, float x2, float y2)
   const double dx = std::fabs(static_cast<double>(x1) - x2);
   if (dx > 0) Scale.ScaleWidth = static_cast<float>(dx * GrowFactor(dx, 1.5, 1.0));
   Scale.ScaleLeft = static_cast<float>((static_cast<double>(x1) + x2) / 2 - Scale.ScaleWidth / 2.0);
-  return {true, nullptr};
+  return {true, {}};
 }
 
 ViewOutcome ViewWindow::PanView(int keyCode) {
@@ -172,7 +172,7 @@ ViewOutcome ViewWindow::PanView(int keyCode) {
     case kKeyDown: Scale.ScaleTop += kPanSteps * PixelStepY; break;
     default: break;  // nothing moves, but the plot is still redrawn
   }
-  return {true, nullptr};
+  return {true, {}};
 }
 
 ViewOutcome ViewWindow::ArrowKey(int keyCode) {
@@ -240,7 +240,7 @@ ViewOutcome ViewWindow::HScrollChange(int value, ScrollAction action) {
     // A drag counts 1% of the visible width per unit, while the thumb is placed by the
     // percentage of the whole band: two scales, kept as operators know them.
     Scale.ScaleLeft -= static_cast<float>((DragStartValue - value) / 100.0 * Scale.ScaleWidth);
-    return {true, nullptr};
+    return {true, {}};
   }
   HScroll.Arrows = ArrowsFor(HScroll);
   LastHValue = value;
@@ -255,7 +255,7 @@ ViewOutcome ViewWindow::VScrollChange(int value, ScrollAction action) {
     DragPending = false;
     SetPrevious();
     Scale.ScaleTop -= static_cast<float>(DragStartValue - value);
-    return {true, nullptr};
+    return {true, {}};
   }
   VScroll.Arrows = ArrowsFor(VScroll);
   LastVValue = value;

@@ -1,6 +1,7 @@
 #pragma once
 #include <array>
 #include <string>
+#include <string_view>
 
 namespace tavrix {
 
@@ -47,7 +48,7 @@ inline constexpr const char* kZoomOutLimitText = "Cannot zoom out farther...you 
 // What a view operation asks of the window: a redraw, and a limit notice with its beep.
 struct ViewOutcome {
   bool Redraw = false;
-  const char* Notice = nullptr;  // for the "Status" panel, with a beep and timerStatus
+  std::string_view Notice;  // for the "Status" panel, with a beep and timerStatus; empty for none
 
   bool operator==(const ViewOutcome&) const = default;
 };

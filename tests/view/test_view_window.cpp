@@ -98,7 +98,7 @@ class ViewWindowTest : public QObject {
       QCOMPARE(v.Scale, before);
       return;
     }
-    QCOMPARE(outcome, (ViewOutcome{true, nullptr}));
+    QCOMPARE(outcome, (ViewOutcome{true, {}}));
     QCOMPARE(v.PreviousView, before);
     QCOMPARE(v.Scale.ScaleWidth, static_cast<float>(before.ScaleWidth * (in ? 0.6667 : 1.75)));
     QCOMPARE(v.Scale.ScaleHeight, static_cast<float>(before.ScaleHeight * (in ? 0.6667 : 1.75)));
