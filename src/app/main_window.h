@@ -104,7 +104,7 @@ class frmMain : public QMainWindow {
   void BuildMenus();
   void BuildMainToolbar();
   void BuildCursorToolbar(QToolBar* bar);
-  QAction* AddEntry(QMenu* menu, const struct MenuEntrySpec& spec);
+  QAction* AddEntry(QMenu* menu, const struct MenuEntrySpec& entry);
   QToolButton* DropDownButton(QAction* face, const QString& key, QMenu* entries);
   void EnableCommands();
   // The captions and tool tips of the movement commands for a move mode.

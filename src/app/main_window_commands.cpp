@@ -90,9 +90,9 @@ void frmMain::BuildMainToolbar() {
     return menu;
   };
 
-  for (const ToolButtonSpec& spec : kMainButtons) {
-    const QString key = spec.Key;
-    if (spec.Style == ButtonStyle::Holder) {
+  for (const ToolButtonSpec& button : kMainButtons) {
+    const QString key = button.Key;
+    if (button.Style == ButtonStyle::Holder) {
       comboPeakPoint_ = new QComboBox(tbMain_);
       comboPeakPoint_->setObjectName("comboPeakPoint");
       comboPeakPoint_->addItems({"All Points", "Peak Points"});
@@ -101,12 +101,12 @@ void frmMain::BuildMainToolbar() {
       buttons_[key] = tbMain_->addWidget(comboPeakPoint_);
       continue;
     }
-    auto* action = new QAction(Image(spec.Image), spec.ToolTip, this);
+    auto* action = new QAction(Image(button.Image), button.ToolTip, this);
     action->setObjectName(key);
-    action->setToolTip(spec.ToolTip);
-    action->setCheckable(spec.Style == ButtonStyle::Toggle);
+    action->setToolTip(button.ToolTip);
+    action->setCheckable(button.Style == ButtonStyle::Toggle);
     buttons_[key] = action;
-    if (spec.Style == ButtonStyle::Indicator) {
+    if (button.Style == ButtonStyle::Indicator) {
       // A picture of the acquisition state; it takes no clicks.
       auto* lamp = new QToolButton(tbMain_);
       lamp->setDefaultAction(action);
@@ -115,7 +115,7 @@ void frmMain::BuildMainToolbar() {
       tbMain_->addWidget(lamp);
     } else {
       connect(action, &QAction::triggered, this, [this, key] { tbMain_ButtonClick(key); });
-      if (spec.Style == ButtonStyle::DropDown) {
+      if (button.Style == ButtonStyle::DropDown) {
         QMenu* entries = key == "Export"     ? dropDownEntries(key, kExportEntries)
                          : key == "dBperDiv" ? dropDownEntries(key, kDBperDivEntries)
                                              : dropDownEntries(key, kFSpanEntries);
@@ -133,7 +133,7 @@ void frmMain::BuildMainToolbar() {
       txtThreshold_->setFixedWidth(txtThreshold_->fontMetrics().horizontalAdvance("-125.000dB") + 12);
       tbMain_->addWidget(txtThreshold_);
     }
-    if (spec.GroupEnd) tbMain_->addSeparator();
+    if (button.GroupEnd) tbMain_->addSeparator();
   }
 }
 
@@ -141,36 +141,36 @@ void frmMain::BuildCursorToolbar(QToolBar* bar) {
   tbCursors_ = bar;
   bar->setObjectName("tbCursors");
   bar->setIconSize(QSize(16, 16));
-  for (const ToolButtonSpec& spec : kCursorButtons) {
-    auto* action = bar->addAction(Image(spec.Image), spec.ToolTip);
-    action->setObjectName(spec.Key);
-    action->setCheckable(spec.Style == ButtonStyle::Toggle);
-    buttons_[spec.Key] = action;
+  for (const ToolButtonSpec& button : kCursorButtons) {
+    auto* action = bar->addAction(Image(button.Image), button.ToolTip);
+    action->setObjectName(button.Key);
+    action->setCheckable(button.Style == ButtonStyle::Toggle);
+    buttons_[button.Key] = action;
   }
   bar->setMinimumWidth(bar->sizeHint().width());  // all three buttons, never the overflow arrow
 }
 
-QAction* frmMain::AddEntry(QMenu* menu, const MenuEntrySpec& spec) {
-  if (spec.Name == nullptr) {
+QAction* frmMain::AddEntry(QMenu* menu, const MenuEntrySpec& entry) {
+  if (entry.Name == nullptr) {
     menu->addSeparator();
     return nullptr;
   }
-  QAction* action = spec.ButtonKey != nullptr ? Button(spec.ButtonKey) : nullptr;
+  QAction* action = entry.ButtonKey != nullptr ? Button(entry.ButtonKey) : nullptr;
   if (action != nullptr) {
-    action->setText(spec.Caption);  // the button keeps its tool tip
+    action->setText(entry.Caption);  // the button keeps its tool tip
   } else {
-    action = new QAction(spec.Caption, this);
-    action->setObjectName(spec.Name);
-    action->setCheckable(spec.Checkable);
+    action = new QAction(entry.Caption, this);
+    action->setObjectName(entry.Name);
+    action->setCheckable(entry.Checkable);
   }
   menu->addAction(action);
-  entries_[spec.Name] = action;
+  entries_[entry.Name] = action;
   return action;
 }
 
 void frmMain::BuildMenus() {
   auto addAll = [this](QMenu* menu, const auto& table) {
-    for (const MenuEntrySpec& spec : table) AddEntry(menu, spec);
+    for (const MenuEntrySpec& entry : table) AddEntry(menu, entry);
   };
 
   QMenu* file = menuBar()->addMenu("&File");
