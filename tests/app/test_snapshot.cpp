@@ -1,7 +1,9 @@
 // The snapshot command against the simulated unit: the saved block is the served block
-// byte for byte, its data set is what export writes for that block, and every way a
-// unit can fail gives one line, a non-zero status, nothing written, within the time-outs.
+// byte for byte, its data set and picture are what export and render make of that block,
+// and every way a unit can fail gives one line, a non-zero status, nothing written,
+// within the time-outs. Refused options are with the other commands' errors.
 #include <QDir>
+#include <QImage>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -23,29 +25,24 @@ namespace {
 
 struct Outcome {
   int status;
-  std::string out, err;
+  QString out, err;
 };
 
-// Runs a snapshot with short time-outs and no pauses.
-Outcome Snapshot(const std::string& modem, const std::string& saveBlock, const std::string& set = {},
-                 const std::string& outFile = {}) {
+// Runs a snapshot of the unit at `modem` with short time-outs and no pauses.
+Outcome Snapshot(const std::string& modem, std::vector<std::string> args) {
+  args.insert(args.begin(), {"--modem", modem});
   SnapshotOptions options;
-  std::vector<std::string> args{"--modem", modem};
-  if (!saveBlock.empty()) args.insert(args.end(), {"--save-block", saveBlock});
-  if (!set.empty()) args.insert(args.end(), {"--set", set, "--out", outFile});
-  std::ostringstream out, err;
-  const std::string problem = ParseSnapshotOptions(args, options);
-  if (!problem.empty()) return {2, "", problem + "\n"};
+  if (const std::string problem = ParseSnapshotOptions(args, options); !problem.empty())
+    return {2, "", QString::fromStdString(problem)};
   options.Limits.connectTimeoutMs = 1500;
   options.Limits.transferTimeoutMs = 3000;
   options.Limits.stallTimeoutMs = 1500;
   options.Limits.releasePauseMs = 0;
   options.RequestWaitMs = 20;
+  std::ostringstream out, err;
   const int status = RunSnapshot(options, out, err);
-  return {status, out.str(), err.str()};
+  return {status, QString::fromStdString(out.str()), QString::fromStdString(err.str())};
 }
-
-int Lines(const std::string& text) { return static_cast<int>(std::count(text.begin(), text.end(), '\n')); }
 
 }  // namespace
 
@@ -56,26 +53,39 @@ class SnapshotTest : public QObject {
   std::string Path(const char* name) { return QDir(dir_.path()).filePath(name).toStdString(); }
 
  private slots:
-  void savesTheServedBlockAndItsDataSet() {
-    SimulatorProcess sim;
+  void savesTheServedBlockItsDataSetAndItsPicture_data() {
+    QTest::addColumn<QStringList>("simulatorOptions");
+    QTest::newRow("whole block") << QStringList{};
+    QTest::newRow("short block") << QStringList{"--short-block", "100"};
+  }
+
+  void savesTheServedBlockItsDataSetAndItsPicture() {
+    QFETCH(QStringList, simulatorOptions);
+    SimulatorProcess sim(simulatorOptions);
     QVERIFY(sim.Started());
-    const Outcome r = Snapshot(sim.Address(), Path("block.bin"), "scaled", Path("scaled.txt"));
+    const Outcome r = Snapshot(sim.Address(), {"--save-block", Path("block.bin"), "--set", "scaled", "--out",
+                                               Path("scaled.txt"), "--png", Path("plot.png")});
     QCOMPARE(r.status, 0);
-    QVERIFY(r.err.empty());
-    QCOMPARE(Lines(r.out), 2);
+    QVERIFY(r.err.isEmpty());
+    QCOMPARE(r.out.count('\n'), 3);
     QCOMPARE(sim.Count("STOR capt_spec:"), 1);
     QCOMPARE(sim.Count("RETR spectrum:"), 1);
+    // The block as read, byte for byte; the data set and the picture are what export and
+    // render make of it.
     const std::string block = ReadWholeFile(Path("block.bin"));
-    QCOMPARE(block.size(), size_t(kNominalBlockLength));
     QCOMPARE(block, sim.ServedBlock(1));
-    // The data set is what export writes for the saved block.
     const SpectrumState state = ProcessBlocks({block}, true, false, false).State;
     QCOMPARE(ReadWholeFile(Path("scaled.txt")), FormatDataSet(DataSet::Scaled, state));
+    QCOMPARE(QImage(QString::fromStdString(Path("plot.png"))).size(), QSize(1280, 720));
+    std::ostringstream ignored;
+    QCOMPARE(RunCommandLine({"render", "--png", Path("render.png"), Path("block.bin")}, ignored, ignored), 0);
+    QCOMPARE(ReadWholeFile(Path("plot.png")), ReadWholeFile(Path("render.png")));
   }
 
   void unreachableOrFailingUnitsWriteNothing_data() {
-    QTest::addColumn<QStringList>("simulatorOptions");
+    QTest::addColumn<QStringList>("simulatorOptions");  // none: nothing listens at all
     QTest::addColumn<QString>("mentions");
+    QTest::newRow("nothing listening") << QStringList{} << "could not connect";
     QTest::newRow("refused") << QStringList{"--refuse-after", "0"} << "could not connect";
     QTest::newRow("capture request rejected") << QStringList{"--reject-capture"} << "capture request";
     QTest::newRow("refused for the read") << QStringList{"--refuse-after", "1"} << "reconnect";
@@ -86,51 +96,19 @@ class SnapshotTest : public QObject {
   void unreachableOrFailingUnitsWriteNothing() {
     QFETCH(QStringList, simulatorOptions);
     QFETCH(QString, mentions);
-    SimulatorProcess sim(simulatorOptions);
-    QVERIFY(sim.Started());
-    const Outcome r = Snapshot(sim.Address(), Path("never.bin"), "raw", Path("never.txt"));
+    std::unique_ptr<SimulatorProcess> sim;
+    std::string address = "127.0.0.1:" + std::to_string(FreePort());
+    if (!simulatorOptions.isEmpty()) {
+      sim = std::make_unique<SimulatorProcess>(simulatorOptions);
+      QVERIFY(sim->Started());
+      address = sim->Address();
+    }
+    const Outcome r = Snapshot(address, {"--save-block", Path("never.bin"), "--set", "raw", "--out",
+                                         Path("never.txt"), "--png", Path("never.png")});
     QCOMPARE(r.status, 1);
-    QCOMPARE(Lines(r.err), 1);
-    QVERIFY2(QString::fromStdString(r.err).contains(mentions), r.err.c_str());
-    QVERIFY(QString::fromStdString(r.err).contains(QString::fromStdString(sim.Address())));
-    QVERIFY(!PathExists(Path("never.bin")));
-    QVERIFY(!PathExists(Path("never.txt")));
-  }
-
-  void nothingListeningIsOneLine() {
-    const Outcome r = Snapshot("127.0.0.1:" + std::to_string(FreePort()), Path("none.bin"));
-    QCOMPARE(r.status, 1);
-    QCOMPARE(Lines(r.err), 1);
-    QVERIFY(QString::fromStdString(r.err).contains("could not connect"));
-  }
-
-  void shortBlocksAreSavedAsRead() {
-    SimulatorProcess sim({"--short-block", "100"});
-    QVERIFY(sim.Started());
-    const Outcome r = Snapshot(sim.Address(), Path("short.bin"));
-    QCOMPARE(r.status, 0);
-    QCOMPARE(ReadWholeFile(Path("short.bin")), sim.ServedBlock(1));
-    QCOMPARE(ReadWholeFile(Path("short.bin")).size(), size_t(100));
-  }
-
-  void badOptions_data() {
-    QTest::addColumn<QStringList>("args");
-    QTest::newRow("no modem") << QStringList{"snapshot", "--save-block", "x.bin"};
-    QTest::newRow("bad port") << QStringList{"snapshot", "--modem", "10.0.0.1:70000", "--save-block", "x.bin"};
-    QTest::newRow("empty port") << QStringList{"snapshot", "--modem", "10.0.0.1:", "--save-block", "x.bin"};
-    QTest::newRow("nothing to do") << QStringList{"snapshot", "--modem", "10.0.0.1"};
-    QTest::newRow("set without out") << QStringList{"snapshot", "--modem", "10.0.0.1", "--set", "raw"};
-    QTest::newRow("stray word") << QStringList{"snapshot", "--modem", "10.0.0.1", "--save-block", "x.bin", "extra"};
-  }
-
-  void badOptions() {
-    QFETCH(QStringList, args);
-    std::vector<std::string> words;
-    for (const QString& w : args) words.push_back(w.toStdString());
-    std::ostringstream out, err;
-    QCOMPARE(RunCommandLine(words, out, err), 2);  // refused before any network use
-    QCOMPARE(Lines(err.str()), 1);
-    QVERIFY(out.str().empty());
+    QCOMPARE(r.err.count('\n'), 1);
+    QVERIFY2(r.err.contains(mentions) && r.err.contains(QString::fromStdString(address)), qPrintable(r.err));
+    for (const char* file : {"never.bin", "never.txt", "never.png"}) QVERIFY2(!PathExists(Path(file)), file);
   }
 };
 
