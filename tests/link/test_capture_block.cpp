@@ -66,31 +66,23 @@ class CaptureBlockTest : public QObject {
   void blockShapes_data() {
     QTest::addColumn<QByteArray>("block");
     QTest::addColumn<double>("centre");
-    QTest::addColumn<int>("lead");
     QTest::addColumn<int>("trailer");
     QTest::addColumn<bool>("stale");
     QTest::addColumn<int>("at");  // a sample that shows the shape, and the last one
     QTest::addColumn<QPointF>("atIQ");
     QTest::addColumn<QPointF>("lastIQ");
-    std::string both = MakeBlock(70000, 3, 0x05, '\xF0');
-    both[30 + 8] = 0x11;                 // I byte 9
-    both[30 + kSampleCount + 8] = 0x22;  // Q byte 9
-    std::string onlyI = both, runOfSeven = both;
-    onlyI[30 + kSampleCount + 3] = 0x33;  // Q has no run of eight
-    runOfSeven[30 + 7] = 0x06;            // I byte 8 breaks its run
+    std::string runOfSeven = MakeBlock(70000, 3, 0x05, '\xF0');
+    runOfSeven[30 + 7] = 0x06;  // I byte 8 breaks the run; Q has eight
     const auto row = [](const char* name, const std::string& b) -> QTestData& {
       return QTest::newRow(name) << QByteArray::fromStdString(b);
     };
     // Missing bytes read as spaces, in the header words as in the samples.
-    row("one byte", "\x7F") << 0x20202020 / 1000.0 << 0x7F20 << 0x7F20 << true << 0 << QPointF(32, 32)
-                           << QPointF(32, 32);
-    // The eighth sample takes the ninth only when both channels start with a run of eight.
-    row("stale start in both", both) << 70.0 << 0x1234 << 0 << true << 7 << QPointF(17, 34) << QPointF(5, -15.5);
-    row("stale start in I only", onlyI) << 70.0 << 0x1234 << 0 << false << 7 << QPointF(5, -15.5) << QPointF(5, -15.5);
-    row("run of seven", runOfSeven) << 70.0 << 0x1234 << 0 << false << 7 << QPointF(6, -15.5) << QPointF(5, -15.5);
+    row("one byte", "\x7F") << 0x20202020 / 1000.0 << 0x7F20 << true << 0 << QPointF(32, 32) << QPointF(32, 32);
+    // The stale-start repair needs a run of eight in both channels.
+    row("run of seven", runOfSeven) << 70.0 << 0 << false << 7 << QPointF(6, -15.5) << QPointF(5, -15.5);
     // A longer block is read from its start; the trailer word is its own last two bytes.
     row("long, largest centre", MakeBlock(0xFFFFFFFFu, 3, 0x03, 0x04) + std::string(5000, '\x09') + "\xAB\xCD")
-        << 4294967.295 << 0x1234 << 0xABCD << true << 0 << QPointF(3, 4) << QPointF(3, 4);
+        << 4294967.295 << 0xABCD << true << 0 << QPointF(3, 4) << QPointF(3, 4);
   }
 
   void blockShapes() {
@@ -98,7 +90,6 @@ class CaptureBlockTest : public QObject {
     QFETCH(int, at);
     const CaptureFields f = Reparsed(std::string_view(block.constData(), size_t(block.size())));
     QTEST(f.CenterFreq, "centre");
-    QTEST(int(f.LeadWord), "lead");
     QTEST(int(f.TrailerWord), "trailer");
     QTEST(f.StaleRepair, "stale");
     QTEST(QPointF(f.SampleI[at], f.SampleQ[at]), "atIQ");
@@ -107,24 +98,21 @@ class CaptureBlockTest : public QObject {
 
   void rateExponentSetsRateSpanAndFormat_data() {
     QTest::addColumn<int>("exponent");
-    QTest::addColumn<double>("rate");
-    QTest::addColumn<float>("scale");
-    QTest::addColumn<QString>("format");
-    QTest::addColumn<QString>("captions");  // the first and the last
-    QTest::newRow("0") << 0 << 500.0 << 1.0f << "##0.000MHz" << "0.0200MHz Span, 25.0000MHz Span";
-    QTest::newRow("6") << 6 << 7.8125 << 100.0f << "##0.00000MHz" << "0.0002MHz Span, 0.2500MHz Span";
-    QTest::newRow("9") << 9 << 0.9765625 << 1000.0f << "##0.000000MHz" << "0.0000MHz Span, 0.0250MHz Span";
-    QTest::newRow("13 clamps to 12") << 13 << 0.1220703125 << 10000.0f << "##0.0000000MHz"
-                                     << "0.0000MHz Span, 0.0025MHz Span";
+    QTest::addColumn<QString>("fields");  // rate, scale, format, the first and the last span caption
+    QTest::newRow("0") << 0 << "500 x1 ##0.000MHz 0.0200MHz Span .. 25.0000MHz Span";
+    QTest::newRow("6") << 6 << "7.8125 x100 ##0.00000MHz 0.0002MHz Span .. 0.2500MHz Span";
+    QTest::newRow("9") << 9 << "0.9765625 x1000 ##0.000000MHz 0.0000MHz Span .. 0.0250MHz Span";
+    QTest::newRow("13 clamps to 12") << 13 << "0.1220703125 x10000 ##0.0000000MHz 0.0000MHz Span .. 0.0025MHz Span";
   }
 
   void rateExponentSetsRateSpanAndFormat() {
     QFETCH(int, exponent);
     const CaptureFields f = Reparsed(MakeBlock(70000, static_cast<uint16_t>(exponent), 1, 2));
-    QTEST(f.SampleRate, "rate");
-    QTEST(f.FreqScale, "scale");
-    QTEST(QString::fromStdString(f.FreqFormat), "format");
-    QTEST(QString::fromStdString(f.SpanCaptions[0] + ", " + f.SpanCaptions[9]), "captions");
+    QTEST(QString("%1 x%2 %3 %4 .. %5")
+              .arg(f.SampleRate, 0, 'g', 12).arg(f.FreqScale)
+              .arg(QString::fromStdString(f.FreqFormat), QString::fromStdString(f.SpanCaptions[0]),
+                   QString::fromStdString(f.SpanCaptions[9])),
+          "fields");
   }
 };
 
