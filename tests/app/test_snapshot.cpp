@@ -34,10 +34,7 @@ Outcome Snapshot(const std::string& modem, std::vector<std::string> args) {
   SnapshotOptions options;
   if (const std::string problem = ParseSnapshotOptions(args, options); !problem.empty())
     return {2, "", QString::fromStdString(problem)};
-  options.Limits.connectTimeoutMs = 1500;
-  options.Limits.transferTimeoutMs = 3000;
-  options.Limits.stallTimeoutMs = 1500;
-  options.Limits.releasePauseMs = 0;
+  options.Limits = {.connectTimeoutMs = 1500, .transferTimeoutMs = 3000, .stallTimeoutMs = 1500, .releasePauseMs = 0};
   options.RequestWaitMs = 20;
   std::ostringstream out, err;
   const int status = RunSnapshot(options, out, err);
