@@ -66,12 +66,6 @@ class CommonTest : public QObject {
     }
   }
 
-  void integers() {
-    char buf[kMaxNumberText];
-    for (const int value : {0, 2048, -2147483647 - 1, 2147483647})
-      QCOMPARE(std::string(buf, AppendInteger(buf, value)), std::to_string(value));
-  }
-
   void pictures_data() {
     QTest::addColumn<double>("value");
     QTest::addColumn<QString>("picture");
