@@ -12,7 +12,6 @@
 
 #include "app/command_line.h"
 #include "app/export_command.h"
-#include "app/snapshot_command.h"
 #include "common/file_io.h"
 #include "link/loopback_peers.h"
 #include "link/simulator_process.h"
@@ -28,16 +27,11 @@ struct Outcome {
   QString out, err;
 };
 
-// Runs a snapshot of the unit at `modem` with short time-outs and no pauses.
+// Runs the snapshot command, as from a shell, against the unit at `modem`.
 Outcome Snapshot(const std::string& modem, std::vector<std::string> args) {
-  args.insert(args.begin(), {"--modem", modem});
-  SnapshotOptions options;
-  if (const std::string problem = ParseSnapshotOptions(args, options); !problem.empty())
-    return {2, "", QString::fromStdString(problem)};
-  options.Limits = {.connectTimeoutMs = 1500, .transferTimeoutMs = 3000, .stallTimeoutMs = 1500, .releasePauseMs = 0};
-  options.RequestWaitMs = 20;
+  args.insert(args.begin(), {"snapshot", "--modem", modem});
   std::ostringstream out, err;
-  const int status = RunSnapshot(options, out, err);
+  const int status = RunCommandLine(args, out, err);
   return {status, QString::fromStdString(out.str()), QString::fromStdString(err.str())};
 }
 
