@@ -1,6 +1,5 @@
-// Data set files: the sets before any block, the overwrite question and its answers, and
-// failures that must leave existing files alone. The files after each acceptance block
-// are compared with the update's results.
+// Data set files before any block, the overwrite question and its answers, and failures
+// that leave existing files alone. The update tests compare the files after each block.
 #include <QDir>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -44,9 +43,8 @@ class DataSetExportTest : public QObject {
     QCOMPARE(ReadWholeFile(path), raw);
     QCOMPARE(notices.boxes.size(), size_t(1));
     const RecordingNotices::Box& box = notices.boxes[0];
-    QCOMPARE(box.text, "The transformed & scaled data set file " + path +
-                           " already exists!  Do you wish to overwrite this file?");
-    QCOMPARE(box.title, std::string("OK to Overwrite"));
+    QCOMPARE(box.title + ": " + box.text, "OK to Overwrite: The transformed & scaled data set file " + path +
+                                              " already exists!  Do you wish to overwrite this file?");
     QVERIFY(box.buttons == MessageButtons::YesNo && box.icon == MessageIcon::Exclamation);
 
     notices.answer = MessageAnswer::Yes;

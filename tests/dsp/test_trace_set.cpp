@@ -1,6 +1,5 @@
-// The trace set over several captures, beyond what the acceptance sequence shows: the
-// frequencies the hold and the average keep, the trace switches and what they restart,
-// the counters at their limit, and the selection.
+// The trace set beyond what the acceptance sequence shows: the frequencies the hold and the
+// average keep, the switches, what they restart and clear, and the counters at their limit.
 #include <QtTest>
 
 #include <memory>
@@ -35,8 +34,7 @@ class TraceSetTest : public QObject {
   void holdAndAverageThroughTheSwitches() {
     SpectrumState s;
     Selection sel;
-    SwitchTrace(s.Traces, sel, kVideoAverageTrace);
-    SwitchTrace(s.Traces, sel, kPeakHoldTrace);
+    for (const int trace : {kVideoAverageTrace, kPeakHoldTrace}) QVERIFY(SwitchTrace(s.Traces, sel, trace));
     const auto counts = [&] { return QList<int>{s.Traces.VideoAverageCount, s.Traces.PeakHoldCount}; };
     Capture(s, "tone_bin0005");  // centre 70
     const QList<float> first = Values(s.Traces.FreqPoints, kCurrentTrace);
@@ -57,15 +55,14 @@ class TraceSetTest : public QObject {
     Capture(s, "noise_seed1234");
     QCOMPARE(counts(), QList<int>({2, 2}));
     // On: the counts restart at once, the values with the next capture.
-    QVERIFY(SwitchTrace(s.Traces, sel, kVideoAverageTrace));
-    QVERIFY(SwitchTrace(s.Traces, sel, kPeakHoldTrace));
+    for (const int trace : {kVideoAverageTrace, kPeakHoldTrace}) QVERIFY(SwitchTrace(s.Traces, sel, trace));
     QCOMPARE(counts(), QList<int>({0, 0}));
-    QCOMPARE(Values(s.Traces.AmpPoints, kVideoAverageTrace), Values(kept, kVideoAverageTrace));
-    QCOMPARE(Values(s.Traces.AmpPoints, kPeakHoldTrace), Values(kept, kPeakHoldTrace));
+    for (const int trace : {kVideoAverageTrace, kPeakHoldTrace})
+      QCOMPARE(Values(s.Traces.AmpPoints, trace), Values(kept, trace));
     Capture(s, "all_80");
     QCOMPARE(counts(), QList<int>({1, 1}));
-    QCOMPARE(Values(s.Traces.AmpPoints, kVideoAverageTrace), Values(s.Traces.AmpPoints, kCurrentTrace));
-    QCOMPARE(Values(s.Traces.AmpPoints, kPeakHoldTrace), Values(s.Traces.AmpPoints, kCurrentTrace));
+    for (const int trace : {kVideoAverageTrace, kPeakHoldTrace})
+      QCOMPARE(Values(s.Traces.AmpPoints, trace), Values(s.Traces.AmpPoints, kCurrentTrace));
   }
 
   void statusTextsAndCounters_data() {
