@@ -89,9 +89,7 @@ class CommonTest : public QObject {
     const std::string path = QDir(dir.path()).filePath("set.txt").toStdString();
     QCOMPARE(WriteFileAtomically(path, std::string(200, 'a')), std::string());
     QCOMPARE(WriteFileAtomically(path, std::string(100, 'b')), std::string());
-    // Failures are reported and touch nothing: a missing folder, a folder, no name.
-    QVERIFY(!WriteFileAtomically(QDir(dir.path()).filePath("no/such/set.txt").toStdString(), "x").empty());
-    QVERIFY(!WriteFileAtomically(dir.path().toStdString(), "x").empty());
+    // No name is a failure that touches nothing; the export tests show the others.
     QVERIFY(!WriteFileAtomically("", "x").empty());
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot), QStringList{"set.txt"});
     std::string data;
