@@ -14,17 +14,17 @@ using namespace tavrix::testing;
 namespace {
 
 // An 8224-byte block with the given header and every I and Q byte set.
-std::string MakeBlock(uint32_t center, uint16_t rate, char iByte, char qByte) {
-  std::string header(30, '\0');
+QByteArray MakeBlock(uint32_t center, uint16_t rate, char iByte, char qByte) {
+  QByteArray header(30, '\0');
   for (int k = 0; k < 4; ++k) header[2 + k] = static_cast<char>(center >> (24 - 8 * k));
-  header.replace(0, 2, "\x12\x34").replace(6, 2, {static_cast<char>(rate >> 8), static_cast<char>(rate)});
-  return header + std::string(kSampleCount, iByte) + std::string(kSampleCount, qByte) + std::string(2, '\0');
+  header[0] = 0x12, header[1] = 0x34, header[6] = static_cast<char>(rate >> 8), header[7] = static_cast<char>(rate);
+  return header + QByteArray(kSampleCount, iByte) + QByteArray(kSampleCount, qByte) + QByteArray(2, '\0');
 }
 
 // Parsed into fields that held another block: nothing of the earlier one may survive.
-CaptureFields Reparsed(std::string_view block) {
-  CaptureFields f = ParseBlock(MakeBlock(1000000, 5, 0x7E, '\x81'));
-  ParseBlock(block, f);
+CaptureFields Reparsed(const QByteArray& block) {
+  CaptureFields f = ParseBlock(MakeBlock(1000000, 5, 0x7E, '\x81').toStdString());
+  ParseBlock(std::string_view(block.constData(), static_cast<size_t>(block.size())), f);
   return f;
 }
 
@@ -43,7 +43,7 @@ class CaptureBlockTest : public QObject {
   void fixtureFields() {
     QFETCH(QString, name);
     const QJsonObject e = ReadJson("expected/" + name + ".json")["parse"].toObject();
-    const CaptureFields f = Reparsed(ReadBytes("blocks/" + name + ".bin"));
+    const CaptureFields f = Reparsed(QByteArray::fromStdString(ReadBytes("blocks/" + name + ".bin")));
     QJsonArray captions, sampleI, sampleQ;
     for (const std::string& c : f.SpanCaptions) captions.append(QString::fromStdString(c));
     for (int k = 0; k < kSampleCount; ++k) sampleI.append(f.SampleI[k]), sampleQ.append(f.SampleQ[k]);
@@ -66,24 +66,22 @@ class CaptureBlockTest : public QObject {
     QTest::addColumn<int>("at");  // a sample that shows the shape, and the last one
     QTest::addColumn<QPointF>("atIQ");
     QTest::addColumn<QPointF>("lastIQ");
-    std::string runOfSeven = MakeBlock(70000, 3, 0x05, '\xF0');
+    QByteArray runOfSeven = MakeBlock(70000, 3, 0x05, '\xF0');
     runOfSeven[30 + 7] = 0x06;  // I byte 8 breaks the run; Q has eight
-    const auto row = [](const char* name, const std::string& b) -> QTestData& {
-      return QTest::newRow(name) << QByteArray::fromStdString(b);
-    };
     // Missing bytes read as spaces, in the header words as in the samples.
-    row("one byte", "\x7F") << 0x20202020 / 1000.0 << 0x7F20 << true << 0 << QPointF(32, 32) << QPointF(32, 32);
+    QTest::newRow("one byte") << QByteArray("\x7F") << 0x20202020 / 1000.0 << 0x7F20 << true << 0 << QPointF(32, 32)
+                              << QPointF(32, 32);
     // The stale-start repair needs a run of eight in both channels.
-    row("run of seven", runOfSeven) << 70.0 << 0 << false << 7 << QPointF(6, -15.5) << QPointF(5, -15.5);
+    QTest::newRow("run of seven") << runOfSeven << 70.0 << 0 << false << 7 << QPointF(6, -15.5) << QPointF(5, -15.5);
     // A longer block is read from its start; the trailer word is its own last two bytes.
-    row("long, largest centre", MakeBlock(0xFFFFFFFFu, 3, 0x03, 0x04) + std::string(5000, '\x09') + "\xAB\xCD")
-        << 4294967.295 << 0xABCD << true << 0 << QPointF(3, 4) << QPointF(3, 4);
+    QTest::newRow("long, largest centre") << MakeBlock(0xFFFFFFFFu, 3, 3, 4) + QByteArray(5000, '\x09') + "\xAB\xCD"
+                                          << 4294967.295 << 0xABCD << true << 0 << QPointF(3, 4) << QPointF(3, 4);
   }
 
   void blockShapes() {
     QFETCH(QByteArray, block);
     QFETCH(int, at);
-    const CaptureFields f = Reparsed(std::string_view(block.constData(), size_t(block.size())));
+    const CaptureFields f = Reparsed(block);
     QTEST(f.CenterFreq, "centre");
     QTEST(int(f.TrailerWord), "trailer");
     QTEST(f.StaleRepair, "stale");
