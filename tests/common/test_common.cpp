@@ -19,17 +19,6 @@
 using namespace tavrix;
 using namespace tavrix::testing;
 
-namespace {
-
-std::string PrintfText(float value) {
-  if (value == 0) return "0";  // printf writes "-0" for negative zero; the exports do not
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%.7G", static_cast<double>(value));
-  return buf;
-}
-
-}  // namespace
-
 class CommonTest : public QObject {
   Q_OBJECT
 
@@ -38,8 +27,10 @@ class CommonTest : public QObject {
 
   void agreesWithPrintf() {
     const auto check = [](float value) {
-      if (NumberText(value) == PrintfText(value)) return true;
-      qWarning("%.9g: %s instead of %s", double(value), NumberText(value).c_str(), PrintfText(value).c_str());
+      char printed[64];  // printf writes "-0" for negative zero; the exports write "0"
+      std::snprintf(printed, sizeof printed, "%.7G", value == 0 ? 0.0 : static_cast<double>(value));
+      if (NumberText(value) == printed) return true;
+      qWarning("%.9g: %s instead of %s", double(value), NumberText(value).c_str(), printed);
       return false;
     };
     // The edges of the fixed form, rounding up to a power of ten, the smallest and the
