@@ -21,7 +21,6 @@ constexpr double kAmpTolerance = 1e-3;  // dB, for a double-precision transform
 // Compares a trace with the expected "freq" (relative 1e-6) and "amp" lists; returns the first mismatch.
 QString CompareTrace(const TraceSet& t, int trace, const QJsonObject& expected) {
   const QJsonArray freq = expected["freq"].toArray(), amp = expected["amp"].toArray();
-  if (freq.size() != kPointCount || amp.size() != kPointCount) return "expected lists are not 2048 long";
   for (int k = 0; k < kPointCount; ++k) {
     const double f = t.FreqPoints[k][trace], a = t.AmpPoints[k][trace];
     if (std::fabs(f - freq[k].toDouble()) > 1e-6 * std::fabs(f) || std::fabs(a - amp[k].toDouble()) > kAmpTolerance)
@@ -63,9 +62,10 @@ void CompareReport(const UpdateReport& r, const VerticalWindow& w, const Spectru
       {"CenterFreqPanel", text(r.CenterFreqPanel)}, {"SampleRatePanel", text(r.SampleRatePanel)}};
   for (auto it = ours.begin(); it != ours.end(); ++it) {
     if (!r.Refit && it.key().startsWith("vScroll")) continue;  // the scroll limits move with a re-fit only
-    const QString& key = it.key();
-    const double tolerance = (key == "span" ? 4 : key == "range" || key == "top" || key == "bottom" ? 2 : 1) * kAmpTolerance;
-    const bool same = it->isDouble() ? std::fabs(it->toDouble() - e[key].toDouble()) <= tolerance : *it == e[key];
+    const QString& key = it.key();  // the window's levels add two level errors, its span four
+    const int errors = key == "span" ? 4 : key == "range" || key == "top" || key == "bottom" ? 2 : 1;
+    const bool same =
+        it->isDouble() ? std::fabs(it->toDouble() - e[key].toDouble()) <= errors * kAmpTolerance : *it == e[key];
     QVERIFY2(same, qPrintable(key + " is " + it->toVariant().toString()));
   }
 }
