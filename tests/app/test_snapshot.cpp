@@ -16,23 +16,6 @@
 using namespace tavrix;
 using namespace tavrix::testing;
 
-namespace {
-
-struct Outcome {
-  int status;
-  QString out, err;
-};
-
-// Runs the snapshot command, as from a shell, against the unit at `modem`.
-Outcome Snapshot(const std::string& modem, std::vector<std::string> args) {
-  args.insert(args.begin(), {"snapshot", "--modem", modem});
-  std::ostringstream out, err;
-  const int status = RunCommandLine(args, out, err);
-  return {status, QString::fromStdString(out.str()), QString::fromStdString(err.str())};
-}
-
-}  // namespace
-
 class SnapshotTest : public QObject {
   Q_OBJECT
 
@@ -56,18 +39,21 @@ class SnapshotTest : public QObject {
     QVERIFY(sim.Started());
     QTemporaryDir dir;
     const auto path = [&](const char* name) { return QDir(dir.path()).filePath(name).toStdString(); };
-    const Outcome r = Snapshot(sim.Address(), {"--save-block", path("block.bin"), "--set", "scaled", "--out",
-                                               path("scaled.txt"), "--png", path("plot.png")});
+    std::ostringstream out, err;
+    const int status = RunCommandLine({"snapshot", "--modem", sim.Address(), "--save-block", path("block.bin"), "--set",
+                                       "scaled", "--out", path("scaled.txt"), "--png", path("plot.png")},
+                                      out, err);
+    const QString said = QString::fromStdString(out.str()), complaint = QString::fromStdString(err.str());
     if (!fails.isEmpty()) {
-      QCOMPARE(r.status, 1);
-      QCOMPARE(r.err.count('\n'), 1);
-      QVERIFY2(r.err.contains(fails) && r.err.contains(QString::fromStdString(sim.Address())), qPrintable(r.err));
+      QCOMPARE(status, 1);
+      QCOMPARE(complaint.count('\n'), 1);
+      QVERIFY2(complaint.contains(fails) && complaint.contains(QString::fromStdString(sim.Address())),
+               qPrintable(complaint));
       QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList());
       return;
     }
-    QCOMPARE(r.status, 0);
-    QVERIFY(r.err.isEmpty());
-    QCOMPARE(r.out.count('\n'), 3);
+    QVERIFY2(status == 0 && complaint.isEmpty(), qPrintable(complaint));
+    QCOMPARE(said.count('\n'), 3);
     QCOMPARE(QList<int>({sim.Count("STOR capt_spec:"), sim.Count("RETR spectrum:")}), QList<int>({1, 1}));  // one poll
     // The block as read, byte for byte; the data set and the picture are what export and
     // render make of it.
@@ -76,8 +62,7 @@ class SnapshotTest : public QObject {
     const SpectrumState state = ProcessBlocks({block}, true, false, false).State;
     QCOMPARE(ReadWholeFile(path("scaled.txt")), FormatDataSet(DataSet::Scaled, state));
     QCOMPARE(QImage(QString::fromStdString(path("plot.png"))).size(), QSize(1280, 720));
-    std::ostringstream ignored;
-    QCOMPARE(RunCommandLine({"render", "--png", path("render.png"), path("block.bin")}, ignored, ignored), 0);
+    QCOMPARE(RunCommandLine({"render", "--png", path("render.png"), path("block.bin")}, out, err), 0);
     QCOMPARE(ReadWholeFile(path("plot.png")), ReadWholeFile(path("render.png")));
   }
 };
