@@ -1,13 +1,13 @@
-// The spectrum update against the acceptance results: points, levels, the vertical
-// re-fit and its scroll limits, the status texts and the data set files, for single
-// blocks and a sequence of changing headers with peak hold and video average running.
-#include <QRegularExpression>
+// The spectrum update against the acceptance results (points, levels, the vertical re-fit
+// and its scroll limits, the status texts) for single blocks and a sequence of changing
+// headers with peak hold and video average running. The data set files of the same runs
+// are compared by the fixture_exports test, through the command that writes them.
 #include <QtTest>
 
 #include <cmath>
 #include <memory>
 
-#include "dsp/data_set_export.h"
+#include "dsp/spectrum_update.h"
 #include "test_support.h"
 
 using namespace tavrix;
@@ -25,26 +25,6 @@ QString CompareTrace(const TraceSet& t, int trace, const QJsonObject& expected) 
     if (std::fabs(f - freq[k].toDouble()) > 1e-6 * std::fabs(f) || std::fabs(a - amp[k].toDouble()) > kAmpTolerance)
       return QString("point %1 is %2 %3 instead of %4 %5")
           .arg(k + 1).arg(f).arg(a).arg(freq[k].toDouble()).arg(amp[k].toDouble());
-  }
-  return {};
-}
-
-// The layout exactly, the numbers within the acceptance tolerances: column 2 relative
-// 1e-6; column 3 1e-3 dB, or relative 1e-6 + 1e-6 for the sample columns.
-QString CompareExport(const std::string& ours, const std::string& expected, bool iq) {
-  const QStringList a = QString::fromStdString(ours).split("\r\n"), b = QString::fromStdString(expected).split("\r\n");
-  if (a.size() != b.size() || a.first() != b.first() || !a.last().isEmpty())
-    return QString("%1 lines after %2, not ended by CR LF: %3").arg(a.size()).arg(a.first()).arg(!a.last().isEmpty());
-  static const QRegularExpression kLine("^\"(\\d+)\",\"([^\"]+)\",\"([^\"]+)\"$");
-  for (int n = 1; n + 1 < a.size(); ++n) {
-    const QRegularExpressionMatch x = kLine.match(a[n]), y = kLine.match(b[n]);
-    const auto near = [&](int column, double rtol, double atol) {
-      const double u = x.captured(column).toDouble(), v = y.captured(column).toDouble();
-      return std::fabs(u - v) <= rtol * std::max(std::fabs(u), std::fabs(v)) + atol;
-    };
-    if (!x.hasMatch() || x.captured(1).toInt() != n || !near(2, 1e-6, iq ? 1e-6 : 0) ||
-        !near(3, iq ? 1e-6 : 0, iq ? 1e-6 : 1e-3))
-      return QString("line %1: %2 instead of %3").arg(n + 1).arg(a[n], b[n]);
   }
   return {};
 }
@@ -84,8 +64,6 @@ class SpectrumUpdateTest : public QObject {
   }
 
   void matchesTheAcceptanceResults() {
-    // A single block with only the current trace on, or a sequence of changing headers
-    // with peak hold and video average running.
     QFETCH(QString, name);
     QFETCH(bool, window);
     const QString windowKey = window ? "window_on" : "window_off";
@@ -107,17 +85,6 @@ class SpectrumUpdateTest : public QObject {
       QVERIFY2(mismatch.isEmpty(), qPrintable(traceName + ": " + mismatch));
     }
     CompareReport(report, vertical, state, sequence ? expected["results"].toObject() : expected);
-    // The data set files of the same state, against the acceptance exports. An empty read
-    // is never parsed by the viewer: its files are those before any block.
-    if (name == "empty") return;
-    const QStringList sets =
-        sequence ? QStringList{"scaled", "peakhold", "videoaverage"} : QStringList{"scaled", "raw"};
-    for (const QString& set : sets) {
-      const QString file = "expected/" + name + (sequence ? "." + windowKey + "." + set : "." + set + "." + windowKey);
-      const std::string text = FormatDataSet(*DataSetNamed(set.toStdString()), state);
-      const QString problem = CompareExport(text, ReadBytes(file + ".txt"), set == "raw");
-      QVERIFY2(problem.isEmpty(), qPrintable(file + ": " + problem));
-    }
   }
 
   void flatTraceRefitsToTheWideWindow() {
