@@ -60,31 +60,28 @@ class CaptureBlockTest : public QObject {
 
   void blockShapes_data() {
     QTest::addColumn<QByteArray>("block");
-    QTest::addColumn<double>("centre");
-    QTest::addColumn<int>("trailer");
-    QTest::addColumn<bool>("stale");
+    QTest::addColumn<QString>("header");  // centre, trailer word, and whether the stale start was repaired
     QTest::addColumn<int>("at");  // a sample that shows the shape, and the last one
     QTest::addColumn<QPointF>("atIQ");
     QTest::addColumn<QPointF>("lastIQ");
     QByteArray runOfSeven = MakeBlock(70000, 3, 0x05, '\xF0');
     runOfSeven[30 + 7] = 0x06;  // I byte 8 breaks the run; Q has eight
     // Missing bytes read as spaces, in the header words as in the samples.
-    QTest::newRow("one byte") << QByteArray("\x7F") << 0x20202020 / 1000.0 << 0x7F20 << true << 0 << QPointF(32, 32)
+    QTest::newRow("one byte") << QByteArray("\x7F") << "538976.288 7f20 stale" << 0 << QPointF(32, 32)
                               << QPointF(32, 32);
     // The stale-start repair needs a run of eight in both channels.
-    QTest::newRow("run of seven") << runOfSeven << 70.0 << 0 << false << 7 << QPointF(6, -15.5) << QPointF(5, -15.5);
+    QTest::newRow("run of seven") << runOfSeven << "70.000 0000" << 7 << QPointF(6, -15.5) << QPointF(5, -15.5);
     // A longer block is read from its start; the trailer word is its own last two bytes.
     QTest::newRow("long, largest centre") << MakeBlock(0xFFFFFFFFu, 3, 3, 4) + QByteArray(5000, '\x09') + "\xAB\xCD"
-                                          << 4294967.295 << 0xABCD << true << 0 << QPointF(3, 4) << QPointF(3, 4);
+                                          << "4294967.295 abcd stale" << 0 << QPointF(3, 4) << QPointF(3, 4);
   }
 
   void blockShapes() {
     QFETCH(QByteArray, block);
     QFETCH(int, at);
     const CaptureFields f = Reparsed(block);
-    QTEST(f.CenterFreq, "centre");
-    QTEST(int(f.TrailerWord), "trailer");
-    QTEST(f.StaleRepair, "stale");
+    const QString header = QString("%1 %2").arg(f.CenterFreq, 0, 'f', 3).arg(f.TrailerWord, 4, 16, QChar('0'));
+    QTEST(header + (f.StaleRepair ? " stale" : ""), "header");
     QTEST(QPointF(f.SampleI[at], f.SampleQ[at]), "atIQ");
     QTEST(QPointF(f.SampleI[kSampleCount - 1], f.SampleQ[kSampleCount - 1]), "lastIQ");
   }
