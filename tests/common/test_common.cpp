@@ -23,9 +23,8 @@ class CommonTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void initTestCase() { std::setlocale(LC_NUMERIC, "C"); }
-
   void agreesWithPrintf() {
+    std::setlocale(LC_NUMERIC, "C");  // printf's decimal point, whatever the environment says
     const auto check = [](float value) {
       char printed[64];  // printf writes "-0" for negative zero; the exports write "0"
       std::snprintf(printed, sizeof printed, "%.7G", value == 0 ? 0.0 : static_cast<double>(value));

@@ -17,6 +17,7 @@ void Capture(SpectrumState& s, const QString& block) {
   VerticalWindow vertical;
   UpdateSpectrum(s, vertical, false);
 }
+
 // One trace of the frequencies or of the levels.
 QList<float> Values(const std::array<TracePoint, kPointCount>& points, int trace) {
   QList<float> values;
