@@ -5,6 +5,7 @@
 #include <set>
 
 #include "app/export_command.h"
+#include "app/peaks_command.h"
 #include "app/render_command.h"
 #include "app/snapshot_command.h"
 #include "app/version.h"
@@ -18,6 +19,8 @@ std::string UsageText() {
          "                         --out FILE BLOCK...\n"
          "  tavrix-spectrum render --png FILE [--size WxH] [--scale 1|2] [--palette 0|1]\n"
          "                         [--window on|off] [--peak-hold] [--video-average] BLOCK...\n"
+         "  tavrix-spectrum peaks [--trace current|previous|videoaverage|peakhold] [--threshold DB]\n"
+         "                        [--count N] [--window on|off] [--peak-hold] [--video-average] BLOCK...\n"
          "  tavrix-spectrum snapshot --modem ADDR[:PORT] [--save-block FILE] [--set SET --out FILE]\n"
          "                         [--png FILE] [--window on|off]\n"
          "  tavrix-spectrum --help | --version\n"
@@ -42,6 +45,13 @@ std::string UsageText() {
          "  --scale 1|2        device pixel ratio: 2 draws twice as many pixels each way\n"
          "  --palette 0|1      0 the viewing colours (default), 1 the printing colours\n"
          "\n"
+         "peaks   Processes the blocks as export does and prints the points the viewer's peak\n"
+         "        moves visit going down from the highest: \"Point,Frequency,Level\", then a line\n"
+         "        per point, numbers written as in the exports.\n"
+         "  --trace TRACE      current (default), previous, videoaverage or peakhold\n"
+         "  --threshold DB     stop below this level (default 0, the minimum peak threshold)\n"
+         "  --count N          at most N points (default 10)\n"
+         "\n"
          "snapshot  Asks a live unit for one capture and reads it, as one poll of the\n"
          "        viewer does, then saves the block exactly as read, writes a data set as\n"
          "        export does and/or draws it as render does. Every network wait is bounded.\n"
@@ -50,7 +60,7 @@ std::string UsageText() {
 }
 
 bool IsCommand(const std::vector<std::string>& args) {
-  static const std::set<std::string> kCommands = {"export", "render", "snapshot", "help", "--help", "-h", "--version"};
+  static const std::set<std::string> kCommands = {"export", "render", "peaks", "snapshot", "help", "--help", "-h", "--version"};
   return !args.empty() && kCommands.count(args[0]) > 0;
 }
 
@@ -94,6 +104,7 @@ int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std:
   if (command == "snapshot") return RunSubcommand<SnapshotOptions>(command, rest, ParseSnapshotOptions, RunSnapshot, out, err);
   if (command == "export") return RunSubcommand<ExportOptions>(command, rest, ParseExportOptions, RunExport, out, err);
   if (command == "render") return RunSubcommand<RenderOptions>(command, rest, ParseRenderOptions, RunRender, out, err);
+  if (command == "peaks") return RunSubcommand<PeaksOptions>(command, rest, ParsePeaksOptions, RunPeaks, out, err);
   err << "tavrix-spectrum: unknown command \"" << command << "\" (see --help)\n";
   return 2;
 }

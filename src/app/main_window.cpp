@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "app/entry_box.h"
 #include "app/plot_widget.h"
 #include "app/status_panels.h"
 #include "view/window_layout.h"
@@ -75,21 +76,15 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
 
   // The entry boxes float over their status panels while they are open; cmdUpdate stays
   // hidden (a second update would window the same samples again).
-  for (QLineEdit** box : {&txtPoint_, &txtFreq_, &txtAmp_}) {
-    *box = new QLineEdit(panels_);
-    (*box)->hide();
-  }
-  txtPoint_->setObjectName("txtPoint");
-  txtFreq_->setObjectName("txtFreq");
-  txtAmp_->setObjectName("txtAmp");
-  txtAmp_->setMaxLength(8);
+  BuildEntryBoxes();
+  ConnectPlotMouse();
   cmdUpdate_ = new QPushButton("Update", this);
   cmdUpdate_->setObjectName("cmdUpdate");
   cmdUpdate_->hide();
 
   cycle_ = std::make_unique<AcquisitionCycle>(
       *notices_, [this] { return currentModem_; },
-      [this](const std::string& block) { return OnCaptureBlock(block); }, options_.Timing, options_.Limits);
+      [this](const std::string& block) { return ShowCaptureBlock(block); }, options_.Timing, options_.Limits);
   connect(cycle_.get(), &AcquisitionCycle::displayChanged, this, &frmMain::ShowAcquisitionDisplay);
   cycle_->CurrentModemChanged();  // what the cycle's controls offer with no unit yet
   // Ctrl+S ends a connection attempt in progress; updates stay stopped.
@@ -188,7 +183,7 @@ PlotScene frmMain::Scene() const {
   PlotScene scene = live_.Scene();
   scene.Colors = palettes_[static_cast<size_t>(activePalette_)];
   scene.TraceLineWidth = traceLineWidth_;
-  scene.Threshold = threshold_;
+  scene.Threshold = navigation_.Threshold;
   scene.CursorsShown = cursorDisplay_;
   scene.Cursors = cursors_;
   scene.SelectedTrace = selection_.SelectedTrace;
@@ -205,6 +200,8 @@ void frmMain::UpdateView() {
   SetChecksDB(live_.View.CheckedDB);
   picSpectrum_->ShowScene(Scene());
   RefreshSelectionPanels();
+  ShowCursorReadouts();
+  SetMoveButtons();
 }
 
 void frmMain::SetChecksDB(int index) {
@@ -223,9 +220,18 @@ void frmMain::ApplyViewOutcome(const ViewOutcome& outcome) {
   if (outcome.Redraw) UpdateView();
 }
 
-void frmMain::mnuViewDBB_Click(int index) { ApplyViewOutcome(live_.View.ApplyDBPreset(index)); }
+// A preset ends a zoom mode as "&End Zoom Mode" does.
+void frmMain::mnuViewDBB_Click(int index) {
+  modes_.EndMode();
+  ShowModes();
+  ApplyViewOutcome(live_.View.ApplyDBPreset(index));
+}
 
-void frmMain::mnuViewFB_Click(int index) { ApplyViewOutcome(live_.View.ApplySpanPreset(index)); }
+void frmMain::mnuViewFB_Click(int index) {
+  modes_.EndMode();
+  ShowModes();
+  ApplyViewOutcome(live_.View.ApplySpanPreset(index));
+}
 
 void frmMain::SyncScrollBars() {
   const ViewWindow& v = live_.View;
@@ -280,6 +286,7 @@ void frmMain::keyPressEvent(QKeyEvent* event) {
   const int key = ViewKeyOf(event->key());
   if (PlotKeysActive() && key >= kKeyLeft && key <= kKeyDown && event->modifiers() == Qt::NoModifier) {
     ApplyViewOutcome(live_.View.ArrowKey(key));
+    MoveCursor(live_.View.CenterX(), live_.View.CenterY());
     return;
   }
   QMainWindow::keyPressEvent(event);

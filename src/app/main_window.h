@@ -11,6 +11,8 @@
 
 #include "app/window_notices.h"
 #include "dsp/data_set_export.h"
+#include "dsp/point_navigation.h"
+#include "ui/pointer_modes.h"
 #include "link/acquisition_cycle.h"
 #include "view/live_spectrum.h"
 #include "view/palette.h"
@@ -23,10 +25,12 @@ class QMenu;
 class QPushButton;
 class QScrollBar;
 class QToolBar;
+class QTimer;
 class QToolButton;
 
 namespace tavrix {
 
+class EntryBox;
 class PlotWidget;
 class StatusPanels;
 
@@ -71,6 +75,23 @@ class frmMain : public QMainWindow {
   void mnuCommStopGo_Click() { tbMain_ButtonClick("StopGo"); }
   void ExportDataSet(DataSet set);
 
+  // Point navigation and the plot's pointer (main_window_pointer.cpp).
+  void MovePoint(PointMove move);
+  void comboPeakPoint_Click(int index);
+  void mnuViewPeakPoint_Click();
+  // The left press in Select mode at a plot position: a placement, or the nearest point.
+  void SelectPress(float x, float y);
+  // Moves the mouse pointer onto a plot position (a point chosen by a move or a snap).
+  void MoveCursor(float x, float y);
+  // Cursors and entry boxes (main_window_entries.cpp).
+  void mnuViewCursor_Click(int index);
+  void mnuViewCursors_Click();
+  void OpenEntryBox(const QString& panelKey);
+
+  // A capture block as the acquisition cycle hands it on: parsed, updated, drawn. Returns
+  // the block's lead word.
+  uint16_t ShowCaptureBlock(const std::string& block);
+
   // The size rule of a resize; a size below the minimum is told and corrected.
   void Form_Resize(int width, int height);
   // Redraws the plot from the state, with the scroll bars, check marks and panels.
@@ -78,6 +99,10 @@ class frmMain : public QMainWindow {
 
   LiveSpectrum& Live() { return live_; }
   const Selection& CurrentSelection() const { return selection_; }
+  const PointNavigation& Navigation() const { return navigation_; }
+  const PointerModes& Modes() const { return modes_; }
+  const std::array<CursorMark, 2>& Cursors() const { return cursors_; }
+  EntryBox* Entry(const QString& name) const;
   AcquisitionCycle& Cycle() { return *cycle_; }
   QAction* Button(const QString& key) const;
   QAction* MenuEntry(const QString& name) const;
@@ -95,6 +120,7 @@ class frmMain : public QMainWindow {
  protected:
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void showEvent(QShowEvent* event) override;
 
@@ -115,7 +141,6 @@ class frmMain : public QMainWindow {
   QWidget* BuildReadoutPanel();
 
   // Acquisition and captures (main_window_live.cpp).
-  uint16_t OnCaptureBlock(const std::string& block);
   void ShowAcquisitionDisplay();
   void ShowSpanCaptions();
   void RefreshSelectionPanels();
@@ -132,12 +157,30 @@ class frmMain : public QMainWindow {
   void SwitchTraceCommand(int trace);
   bool PlotKeysActive() const;
 
+  // Pointer and mouse (main_window_pointer.cpp).
+  void ConnectPlotMouse();
+  void ShowModes();
+  void SetMoveButtons();
+  void ShowCoordinateReadout(float x, float y);
+  void SelectPoint(int trace, int point, bool remember);
+  void ApplyMouseOutcome(const MouseOutcome& outcome);
+  void Notice(const std::string& text);
+
+  // Cursors and entry boxes (main_window_entries.cpp).
+  void BuildEntryBoxes();
+  EntryBox* NewThresholdBox(QWidget* parent);
+  void ShowCursorReadouts();
+  void EnableZoomCursors();
+  void MoveToSpecificPoint(int point);
+
   MainWindowOptions options_;
   LiveSpectrum live_;
   Selection selection_;
+  PointNavigation navigation_;
+  PointerModes modes_;
+  PlotMouse mouse_{modes_, live_.View};
   std::array<CursorMark, 2> cursors_{};
   bool cursorDisplay_ = false;
-  float threshold_ = 0.0f;
   std::array<Palette, 2> palettes_ = kDefaultPalettes;
   int activePalette_ = kViewingPalette;
   int traceLineWidth_ = 1;
@@ -156,13 +199,16 @@ class frmMain : public QMainWindow {
   QToolBar* tbMain_ = nullptr;
   QToolBar* tbCursors_ = nullptr;
   QComboBox* comboPeakPoint_ = nullptr;
-  QLineEdit* txtThreshold_ = nullptr;
-  QLineEdit* txtPoint_ = nullptr;
-  QLineEdit* txtFreq_ = nullptr;
-  QLineEdit* txtAmp_ = nullptr;
+  EntryBox* txtThreshold_ = nullptr;
+  EntryBox* txtPoint_ = nullptr;
+  EntryBox* txtFreq_ = nullptr;
+  EntryBox* txtAmp_ = nullptr;
+  QTimer* timerCoord_ = nullptr;
+  QTimer* curPointClick_ = nullptr;  // a click on "CurPoint" waits to see if a second follows
   std::array<QLineEdit*, 6> txtCursor_{};
   QPushButton* cmdUpdate_ = nullptr;
   QAction* stopGoMenu_ = nullptr;
+  QMenu* viewMenu_ = nullptr;
   std::map<QString, QAction*> buttons_;   // tbMain and tbCursors, by key
   std::map<QString, QAction*> entries_;   // menu entries by control name
   std::map<QString, QMenu*> dropDowns_;   // drop-down menus by button key

@@ -11,6 +11,7 @@
 #include <QToolButton>
 
 #include "app/command_table.h"
+#include "app/entry_box.h"
 #include "app/main_window.h"
 
 namespace tavrix {
@@ -26,16 +27,29 @@ int TraceOfButton(const QString& key) {
   return -1;
 }
 
-// Commands whose behaviour comes with the pointer modes, cursors and entry boxes, and
-// with the palettes, settings and modem directory: present, not yet enabled.
-constexpr const char* kLaterButtons[] = {"Select",        "ZoomWin",  "ZoomIn",    "ZoomOut",  "Pan",
-                                         "FirstPoint",    "NextPoint", "PreviousPoint", "LastPoint", "CurPoint",
-                                         "PeakThreshold", "CursorOne", "CursorTwo", "CursorDelta"};
-constexpr const char* kLaterEntries[] = {
-    "mnuViewEnd",      "mnuViewPeakPoint", "mnuViewCursor0",     "mnuViewCursor1", "mnuViewCursors",
-    "mnuViewCopy",     "mnuFileSaveView",  "mnuFilePrint",       "mnuOptionsPalette0", "mnuOptionsPalette1",
-    "mnuOptionsSnap",  "mnuOptionsPanel",  "mnuOptionsWindow",   "mnuCommAdd",     "mnuCommManage",
-    "mnuHelpAbout"};
+// Commands whose behaviour comes with the palettes, settings and modem directory:
+// present, not yet enabled.
+constexpr const char* kLaterEntries[] = {"mnuViewCopy",        "mnuFileSaveView",    "mnuFilePrint",
+                                         "mnuOptionsPalette0", "mnuOptionsPalette1", "mnuOptionsSnap",
+                                         "mnuOptionsPanel",    "mnuOptionsWindow",   "mnuCommAdd",
+                                         "mnuCommManage",      "mnuHelpAbout"};
+
+int ModeOfButton(const QString& key) {
+  for (const ModeCommand& c : kModeCommands)
+    if (key == c.ButtonKey) return c.Mode;
+  return kSelectMode;
+}
+
+std::optional<PointMove> MoveOfButton(const QString& key) {
+  static const std::array<std::pair<const char*, PointMove>, 5> kMoves = {{{"FirstPoint", PointMove::First},
+                                                                          {"NextPoint", PointMove::Next},
+                                                                          {"PreviousPoint", PointMove::Previous},
+                                                                          {"LastPoint", PointMove::Last},
+                                                                          {"CurPoint", PointMove::LastSelected}}};
+  for (const auto& [name, move] : kMoves)
+    if (key == name) return move;
+  return std::nullopt;
+}
 
 }  // namespace
 
@@ -98,6 +112,7 @@ void frmMain::BuildMainToolbar() {
       comboPeakPoint_->addItems({"All Points", "Peak Points"});
       comboPeakPoint_->setToolTip("Select Move Type");
       comboPeakPoint_->setFocusPolicy(Qt::ClickFocus);
+      connect(comboPeakPoint_, &QComboBox::activated, this, &frmMain::comboPeakPoint_Click);
       buttons_[key] = tbMain_->addWidget(comboPeakPoint_);
       continue;
     }
@@ -125,11 +140,7 @@ void frmMain::BuildMainToolbar() {
       }
     }
     if (key == "PeakThreshold") {
-      txtThreshold_ = new QLineEdit("0.000dB", tbMain_);
-      txtThreshold_->setObjectName("txtThreshold");
-      txtThreshold_->setToolTip("Minimum Peak Threshold");
-      txtThreshold_->setReadOnly(true);
-      txtThreshold_->setMaxLength(8);
+      txtThreshold_ = NewThresholdBox(tbMain_);
       txtThreshold_->setFixedWidth(txtThreshold_->fontMetrics().horizontalAdvance("-125.000dB") + 12);
       tbMain_->addWidget(txtThreshold_);
     }
@@ -146,6 +157,8 @@ void frmMain::BuildCursorToolbar(QToolBar* bar) {
     action->setObjectName(button.Key);
     action->setCheckable(button.Style == ButtonStyle::Toggle);
     buttons_[button.Key] = action;
+    const QString key = button.Key;
+    connect(action, &QAction::triggered, this, [this, key] { tbMain_ButtonClick(key); });
   }
   bar->setMinimumWidth(bar->sizeHint().width());  // all three buttons, never the overflow arrow
 }
@@ -188,6 +201,7 @@ void frmMain::BuildMenus() {
 
   QMenu* view = menuBar()->addMenu("&View");
   view->setObjectName("mnuView");
+  viewMenu_ = view;
   addAll(view, kViewMenuModes);
   view->addSeparator();
   QMenu* db = view->addMenu("dB per Di&vision");
@@ -203,6 +217,14 @@ void frmMain::BuildMenus() {
   }
   addAll(view, kViewMenuPoints);
   connect(MenuEntry("mnuViewConstellation"), &QAction::toggled, this, [this] { UpdateView(); });
+  connect(MenuEntry("mnuViewEnd"), &QAction::triggered, this, [this] {
+    modes_.EndMode();
+    ShowModes();
+  });
+  connect(MenuEntry("mnuViewPeakPoint"), &QAction::triggered, this, &frmMain::mnuViewPeakPoint_Click);
+  connect(MenuEntry("mnuViewCursor0"), &QAction::triggered, this, [this] { mnuViewCursor_Click(0); });
+  connect(MenuEntry("mnuViewCursor1"), &QAction::triggered, this, [this] { mnuViewCursor_Click(1); });
+  connect(MenuEntry("mnuViewCursors"), &QAction::triggered, this, &frmMain::mnuViewCursors_Click);
 
   QMenu* tools = menuBar()->addMenu("&Tools");
   for (const TraceSwitch& s : kTraceSwitches) AddEntry(tools, {s.Command, s.Caption, s.ButtonKey, true});
@@ -251,12 +273,11 @@ void frmMain::ShowMoveMode(bool byPeaks) {
 }
 
 void frmMain::EnableCommands() {
-  for (const char* key : kLaterButtons) Button(key)->setEnabled(false);
   for (const char* name : kLaterEntries) MenuEntry(name)->setEnabled(false);
   for (const ColorEntrySpec& c : kColorEntries)
     for (int palette = 0; palette < 2; ++palette) MenuEntry(QString(c.Name) + QString::number(palette))->setEnabled(false);
-  comboPeakPoint_->setEnabled(false);
   Button("ZoomCursors")->setEnabled(false);
+  MenuEntry("mnuViewEnd")->setEnabled(false);
 }
 
 void frmMain::tbMain_ButtonClick(const QString& key) {
@@ -269,11 +290,30 @@ void frmMain::tbMain_ButtonClick(const QString& key) {
     ShowAcquisitionDisplay();
   } else if (key == "SingleStep") {
     cycle_->SingleStep_Click();
-  } else if (key == "dBperDiv") {
-    mnuViewDBB_Click(live_.View.DBIndex);
-  } else if (key == "FSpan") {
-    mnuViewFB_Click(live_.View.SpanIndex);
+  } else if (key == "dBperDiv" || key == "FSpan") {
+    if (key == "dBperDiv")
+      mnuViewDBB_Click(live_.View.DBIndex);
+    else
+      mnuViewFB_Click(live_.View.SpanIndex);
+    MoveCursor(live_.View.CenterX(), live_.View.CenterY());
+  } else if (const int mode = ModeOfButton(key); mode != kSelectMode) {
+    modes_.ModeButtonClick(mode);
+    ShowModes();
+  } else if (key == "Select") {
+    modes_.Select();
+    ShowModes();
+  } else if (const auto move = MoveOfButton(key)) {
+    MovePoint(*move);
+  } else if (key == "PeakThreshold") {
+    modes_.PlacingThreshold = true;
+    ShowModes();
+  } else if (key == "CursorOne" || key == "CursorTwo") {
+    mnuViewCursor_Click(key == "CursorOne" ? 0 : 1);
+  } else if (key == "CursorDelta") {
+    mnuViewCursors_Click();
   } else if (key == "ZoomFitView") {
+    modes_.Select();
+    ShowModes();
     ApplyViewOutcome(live_.View.FitView());
   } else if (key == "Previous") {
     ApplyViewOutcome(live_.View.RestorePrevious());
@@ -297,15 +337,21 @@ void frmMain::tbMain_ButtonMenuClick(const QString& buttonKey, const QString& en
     }
   } else if (buttonKey == "dBperDiv") {
     if (const int index = DropDownIndex(key, "dBB0", "dBB9"); index >= 0) mnuViewDBB_Click(index);
+    MoveCursor(live_.View.CenterX(), live_.View.CenterY());
   } else if (buttonKey == "FSpan") {
     if (const int index = DropDownIndex(key, "FB0", "FB9"); index >= 0) mnuViewFB_Click(index);
+    MoveCursor(live_.View.CenterX(), live_.View.CenterY());
   }
 }
 
 void frmMain::SwitchTraceCommand(int trace) {
-  const bool on = SwitchTrace(live_.State.Traces, selection_, trace);
+  TraceSet& t = live_.State.Traces;
+  const bool on = SwitchTrace(t, selection_, trace);
   for (const TraceSwitch& s : kTraceSwitches)
     if (s.Trace == trace) Button(s.ButtonKey)->setChecked(on);
+  // Moves run on the first visible trace when theirs goes.
+  if (navigation_.ActiveTrace < 0 || !t.TraceVisible[static_cast<size_t>(navigation_.ActiveTrace)])
+    navigation_.ActiveTrace = FirstVisibleTrace(t);
   UpdateView();
 }
 

@@ -53,7 +53,7 @@ void frmMain::SetTitle() {
                                   kVersion)));
 }
 
-uint16_t frmMain::OnCaptureBlock(const std::string& block) {
+uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
   QProgressBar* progress = panels_->ProgressBar();
   const bool windowSpectrum = MenuEntry("mnuOptionsWindow")->isChecked();
   const CaptureOutcome outcome =

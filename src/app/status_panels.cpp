@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
+#include <QMouseEvent>
 #include <QProgressBar>
 
 #include <cstring>
@@ -47,6 +48,7 @@ StatusPanels::StatusPanels(QWidget* parent) : QWidget(parent) {
     inner->addWidget(p.picture);
     inner->addWidget(p.text, 1);
     p.frame = frame;
+    frame->installEventFilter(this);
     row->addWidget(frame);
   }
   progress_ = new QProgressBar(this);
@@ -98,6 +100,17 @@ QString StatusPanels::Picture(const char* key) const {
 QWidget* StatusPanels::Panel(const char* key) const {
   const int i = IndexOf(key);
   return i < 0 ? nullptr : panels_[static_cast<size_t>(i)].frame;
+}
+
+bool StatusPanels::eventFilter(QObject* watched, QEvent* event) {
+  const bool click = event->type() == QEvent::MouseButtonPress, twice = event->type() == QEvent::MouseButtonDblClick;
+  if ((click || twice) && static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {
+    const QString key = watched->objectName();
+    if (click) emit panelClicked(key);
+    if (twice) emit panelDoubleClicked(key);
+    return true;
+  }
+  return QWidget::eventFilter(watched, event);
 }
 
 void StatusPanels::resizeEvent(QResizeEvent* event) {

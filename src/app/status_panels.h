@@ -27,8 +27,13 @@ class StatusPanels : public QWidget {
   QWidget* Panel(const char* key) const;
   QProgressBar* ProgressBar() const { return progress_; }
 
+ signals:
+  void panelClicked(const QString& key);
+  void panelDoubleClicked(const QString& key);
+
  protected:
   void resizeEvent(QResizeEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   struct PanelParts {

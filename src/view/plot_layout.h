@@ -28,6 +28,7 @@ PixelRect DataArea(double surfaceWidth, double surfaceHeight, const LegendMetric
 // Maps the view window onto the data area and back.
 class PlotMapping {
  public:
+  PlotMapping() = default;
   PlotMapping(const ViewScale& view, const PixelRect& area) : view_(view), area_(area) {}
   double ToPixelX(double x) const { return area_.Left + (x - view_.ScaleLeft) / view_.ScaleWidth * area_.Width; }
   double ToPixelY(double y) const { return area_.Top + (y - view_.ScaleTop) / view_.ScaleHeight * area_.Height; }
@@ -38,7 +39,7 @@ class PlotMapping {
 
  private:
   ViewScale view_;
-  PixelRect area_;
+  PixelRect area_{0, 0, 1, 1};
 };
 
 // One grid line and its label.

@@ -237,10 +237,10 @@ LegendMetrics MeasureLegend(QPainter& painter) {
   return m;
 }
 
-void UpdateView(QPainter& painter, const QSizeF& size, const PlotScene& scene) {
+PlotMapping UpdateView(QPainter& painter, const QSizeF& size, const PlotScene& scene) {
   if (scene.Constellation) {
     DrawConstellation(painter, size, scene);
-    return;
+    return PlotMapping(scene.View, PixelRect{0, 0, size.width(), size.height()});
   }
   painter.save();
   painter.setRenderHint(QPainter::Antialiasing, false);
@@ -268,6 +268,7 @@ void UpdateView(QPainter& painter, const QSizeF& size, const PlotScene& scene) {
   DrawCursors(painter, map, scene);
   DrawSelection(painter, map, scene);
   painter.restore();
+  return map;
 }
 
 void DrawConstellation(QPainter& painter, const QSizeF& size, const PlotScene& scene) {
@@ -310,14 +311,14 @@ void DrawConstellation(QPainter& painter, const QSizeF& size, const PlotScene& s
   painter.restore();
 }
 
-void RenderPlot(const PlotScene& scene, const QSize& size, qreal devicePixelRatio, QImage& image) {
+PlotMapping RenderPlot(const PlotScene& scene, const QSize& size, qreal devicePixelRatio, QImage& image) {
   const QSize pixels(std::max(1, qRound(size.width() * devicePixelRatio)),
                      std::max(1, qRound(size.height() * devicePixelRatio)));
   if (image.size() != pixels || image.format() != QImage::Format_RGB32)
     image = QImage(pixels, QImage::Format_RGB32);
   image.setDevicePixelRatio(devicePixelRatio);
   QPainter painter(&image);
-  UpdateView(painter, QSizeF(size), scene);
+  return UpdateView(painter, QSizeF(size), scene);
 }
 
 QImage RenderPlot(const PlotScene& scene, const QSize& size, qreal devicePixelRatio) {

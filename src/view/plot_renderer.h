@@ -17,14 +17,15 @@ LegendMetrics MeasureLegend(QPainter& painter);
 // Draws the whole plot onto a surface of the given logical size: background, the
 // visible traces in their fixed order, grid and legend, axis texts, the threshold line,
 // the cursors and the selected point. The scene, and so the view window, is unchanged.
-void UpdateView(QPainter& painter, const QSizeF& size, const PlotScene& scene);
+// Returns how the view window was mapped onto the surface (for the mouse).
+PlotMapping UpdateView(QPainter& painter, const QSizeF& size, const PlotScene& scene);
 
 // The raw samples as points on a square -149..150 grid (16 units a line).
 void DrawConstellation(QPainter& painter, const QSizeF& size, const PlotScene& scene);
 
 // Draws the scene into `image` (resized when needed), logical size `size`, at the given
 // device pixel ratio.
-void RenderPlot(const PlotScene& scene, const QSize& size, qreal devicePixelRatio, QImage& image);
+PlotMapping RenderPlot(const PlotScene& scene, const QSize& size, qreal devicePixelRatio, QImage& image);
 QImage RenderPlot(const PlotScene& scene, const QSize& size, qreal devicePixelRatio);
 
 }  // namespace tavrix

@@ -163,6 +163,37 @@ ViewOutcome ViewWindow::ZoomToFitCursors(float x1, float y1, float x2, float y2)
   return {true, {}};
 }
 
+ViewOutcome ViewWindow::ZoomToBand(float x1, float y1, float x2, float y2) {
+  const float left = std::min(x1, x2), width = std::fabs(x2 - x1);
+  const float top = std::min(y1, y2), height = std::fabs(y2 - y1);
+  if (width == 0) return {};
+  if (width <= ZoomMinWidth) return {false, kZoomInLimitText};
+  SetPrevious();
+  Scale.ScaleLeft = left;
+  Scale.ScaleWidth = width;
+  if (height > 0) {
+    Scale.ScaleTop = top;
+    Scale.ScaleHeight = height;
+  }
+  return {true, {}};
+}
+
+ViewOutcome ViewWindow::CenterView(float x, float y) {
+  SetPrevious();
+  CenterOn(x, y);
+  return {true, {}};
+}
+
+bool ViewWindow::InRange(float x, float y) const {
+  return x >= Scale.ScaleLeft && x <= Scale.ScaleLeft + Scale.ScaleWidth && y >= Scale.ScaleTop &&
+         y <= Scale.ScaleTop + Scale.ScaleHeight;
+}
+
+ViewOutcome ViewWindow::KeepInView(float x, float y) {
+  if (InRange(x, y)) return {};
+  return CenterView(x, y);
+}
+
 ViewOutcome ViewWindow::PanView(int keyCode) {
   SetPrevious();
   switch (keyCode) {

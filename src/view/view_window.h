@@ -135,6 +135,16 @@ class ViewWindow {
   ViewOutcome ZoomOutAbout(float x, float y, bool resetOnLimit);
   // Cursor positions in plot units (frequency, -dB).
   ViewOutcome ZoomToFitCursors(float x1, float y1, float x2, float y2);
+  // The band dragged with the mouse becomes the view (corners in any order). A band
+  // without width is ignored, one without height keeps the levels, and one narrower
+  // than the zoom-in limit is refused with its notice.
+  ViewOutcome ZoomToBand(float x1, float y1, float x2, float y2);
+  // Remembers the view and centres it on (x, y): a pan click, a middle click.
+  ViewOutcome CenterView(float x, float y);
+  // True when (x, y) lies in the view, edges included.
+  bool InRange(float x, float y) const;
+  // A selected point kept in view: outside it, the view is remembered and centred on it.
+  ViewOutcome KeepInView(float x, float y);
   ViewOutcome PanView(int keyCode);
   // An arrow key: the remembered point moves one pan unit, then the view pans.
   ViewOutcome ArrowKey(int keyCode);

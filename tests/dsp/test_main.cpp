@@ -5,10 +5,12 @@
 std::unique_ptr<QObject> NewSpectrumUpdateTest();
 std::unique_ptr<QObject> NewTraceSetTest();
 std::unique_ptr<QObject> NewDataSetExportTest();
+std::unique_ptr<QObject> NewPointNavigationTest();
 
 int main(int argc, char** argv) {
   auto update = NewSpectrumUpdateTest();
   auto traces = NewTraceSetTest();
   auto exports = NewDataSetExportTest();
-  return tavrix::testing::RunTestObjects(argc, argv, {update.get(), traces.get(), exports.get()});
+  auto navigation = NewPointNavigationTest();
+  return tavrix::testing::RunTestObjects(argc, argv, {update.get(), traces.get(), exports.get(), navigation.get()});
 }

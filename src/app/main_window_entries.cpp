@@ -1,0 +1,192 @@
+// The main window's cursors and entry boxes: cursor placement and display with their
+// read-outs, and the point, frequency, amplitude and threshold boxes.
+#include <QAction>
+#include <QApplication>
+#include <QLineEdit>
+#include <QTimer>
+
+#include <algorithm>
+
+#include "app/entry_box.h"
+#include "app/main_window.h"
+#include "app/plot_widget.h"
+#include "app/status_panels.h"
+#include "common/picture_format.h"
+
+namespace tavrix {
+
+namespace {
+
+constexpr const char* kLevelBoxPicture = "###0.000dB";
+QString Text(const std::string& text) { return QString::fromStdString(text); }
+
+}  // namespace
+
+EntryBox* frmMain::Entry(const QString& name) const {
+  for (EntryBox* box : {txtPoint_, txtFreq_, txtAmp_, txtThreshold_})
+    if (box != nullptr && box->objectName() == name) return box;
+  return nullptr;
+}
+
+void frmMain::BuildEntryBoxes() {
+  const auto selected = [this](auto value) {
+    return [this, value] {
+      const int t = selection_.SelectedTrace, p = selection_.SelectedPoint;
+      return p >= 1 && t >= 0 ? value(static_cast<size_t>(p - 1), t) : QString();
+    };
+  };
+  const CaptureFields& capture = live_.State.Capture;
+  const TraceSet& traces = live_.State.Traces;
+
+  EntryBox::Behaviour point;
+  point.CharacterSet = 2;
+  point.MaxLength = 4;
+  point.Initial = [this] { return QString::number(selection_.SelectedPoint >= 1 ? selection_.SelectedPoint : 1); };
+  point.Check = [](const std::string& text) { return CheckPointEntry(text); };
+  point.Apply = [this](double value) { MoveToSpecificPoint(static_cast<int>(value)); };
+  point.Escaped = [this] { RefreshSelectionPanels(); };
+  point.Floating = true;
+
+  EntryBox::Behaviour frequency = point;
+  frequency.CharacterSet = 5;
+  frequency.MaxLength = 16;
+  frequency.Initial = selected([this, &capture, &traces](size_t i, int t) {
+    return Text(FormatPicture(traces.FreqPoints[i][t] / static_cast<double>(capture.FreqScale), capture.FreqFormat));
+  });
+  // Shown, compared and bounded in the "Frequency" panel's unit, over the active trace.
+  frequency.Check = [this, &capture, &traces](const std::string& text) {
+    const int t = std::max(navigation_.ActiveTrace, 0);
+    float low = traces.FreqPoints[0][t], high = low;
+    for (const TracePoint& f : traces.FreqPoints) {
+      low = std::min(low, f[t]);
+      high = std::max(high, f[t]);
+    }
+    const double scale = capture.FreqScale;
+    return CheckFrequencyEntry(text, low / scale, high / scale, capture.FreqFormat);
+  };
+  frequency.Apply = [this, &capture, &traces](double megahertz) {
+    const int t = navigation_.ActiveTrace;
+    const TracePointRef p = NearestPoint(traces, megahertz * capture.FreqScale, 0, 1, 0, t);
+    if (p.Point != 0) MoveToSpecificPoint(p.Point);
+  };
+
+  EntryBox::Behaviour amplitude = point;
+  amplitude.CharacterSet = 1;
+  amplitude.MaxLength = 8;
+  amplitude.Initial = selected(
+      [&traces](size_t i, int t) { return Text(FormatPicture(traces.AmpPoints[i][t], kLevelBoxPicture)); });
+  amplitude.Check = [](const std::string& text) { return CheckAmplitudeEntry(text); };
+  amplitude.Apply = [this, &traces](double level) {
+    const TracePointRef p = NearestPoint(traces, 0, -level, 0, 1, navigation_.ActiveTrace);
+    if (p.Point != 0) MoveToSpecificPoint(p.Point);
+  };
+
+  txtPoint_ = new EntryBox(point, panels_);
+  txtFreq_ = new EntryBox(frequency, panels_);
+  txtAmp_ = new EntryBox(amplitude, panels_);
+  txtPoint_->setObjectName("txtPoint");
+  txtFreq_->setObjectName("txtFreq");
+  txtAmp_->setObjectName("txtAmp");
+  for (EntryBox* box : {txtPoint_, txtFreq_, txtAmp_, txtThreshold_}) {
+    connect(box, &EntryBox::refused, this, [this](const QString& message) { Notice(message.toStdString()); });
+    connect(box, &EntryBox::done, this, [this] { picSpectrum_->setFocus(Qt::OtherFocusReason); });
+  }
+  connect(panels_, &StatusPanels::panelClicked, this, [this](const QString& key) {
+    // A click on "CurPoint" waits out the double-click interval: a second click goes to
+    // the last selected point instead.
+    if (key == "CurPoint")
+      curPointClick_->start(QApplication::doubleClickInterval());
+    else
+      OpenEntryBox(key);
+  });
+  connect(panels_, &StatusPanels::panelDoubleClicked, this, [this](const QString& key) {
+    if (key != "CurPoint") return;
+    curPointClick_->stop();
+    MovePoint(PointMove::LastSelected);
+  });
+  curPointClick_ = new QTimer(this);
+  curPointClick_->setSingleShot(true);
+  connect(curPointClick_, &QTimer::timeout, this, [this] { OpenEntryBox("CurPoint"); });
+}
+
+EntryBox* frmMain::NewThresholdBox(QWidget* parent) {
+  EntryBox::Behaviour threshold;
+  threshold.CharacterSet = 1;
+  threshold.MaxLength = 8;
+  threshold.Initial = [this] { return Text(FormatPicture(navigation_.Threshold, kLevelBoxPicture)); };
+  threshold.Check = [](const std::string& text) { return CheckThresholdEntry(text); };
+  threshold.Apply = [this](double level) {
+    navigation_.Threshold = static_cast<float>(level);
+    txtThreshold_->setText(Text(FormatPicture(navigation_.Threshold, kLevelBoxPicture)));
+    UpdateView();
+  };
+  // Escape puts the threshold's own value back.
+  threshold.Escaped = [this] { txtThreshold_->setText(Text(FormatPicture(navigation_.Threshold, kLevelBoxPicture))); };
+  auto* box = new EntryBox(threshold, parent);
+  box->setObjectName("txtThreshold");
+  box->setToolTip("Minimum Peak Threshold");
+  box->setText(threshold.Initial());
+  return box;
+}
+
+void frmMain::OpenEntryBox(const QString& panelKey) {
+  EntryBox* box = panelKey == "CurPoint" ? txtPoint_ : panelKey == "Frequency" ? txtFreq_
+                                                   : panelKey == "Amplitude" ? txtAmp_ : nullptr;
+  if (box == nullptr) return;
+  // The frequency and amplitude boxes need a selected point to start from.
+  if (box != txtPoint_ && selection_.SelectedPoint == 0) return;
+  box->OpenOver(panels_->Panel(panelKey.toUtf8().constData())->geometry());
+}
+
+void frmMain::MoveToSpecificPoint(int point) {
+  const TraceSet& t = live_.State.Traces;
+  if (navigation_.ActiveTrace < 0 || !t.TraceVisible[static_cast<size_t>(navigation_.ActiveTrace)])
+    navigation_.ActiveTrace = FirstVisibleTrace(t);
+  if (navigation_.ActiveTrace < 0) return;
+  SelectPoint(navigation_.ActiveTrace, point, true);
+  const float x = live_.View.CenterX(), y = live_.View.CenterY();
+  live_.View.KeepInView(x, y);
+  UpdateView();
+  ShowCoordinateReadout(x, y);
+}
+
+void frmMain::mnuViewCursor_Click(int index) {
+  modes_.PlacingCursor = index + 1;
+  cursorDisplay_ = true;
+  MenuEntry("mnuViewCursors")->setChecked(true);
+  Button("CursorDelta")->setChecked(true);
+  EnableZoomCursors();
+  ShowModes();
+  UpdateView();
+}
+
+void frmMain::mnuViewCursors_Click() {
+  cursorDisplay_ = !cursorDisplay_;
+  MenuEntry("mnuViewCursors")->setChecked(cursorDisplay_);
+  Button("CursorDelta")->setChecked(cursorDisplay_);
+  EnableZoomCursors();
+  UpdateView();
+}
+
+void frmMain::EnableZoomCursors() {
+  Button("ZoomCursors")->setEnabled(cursorDisplay_ && cursors_[0].Placed() && cursors_[1].Placed());
+}
+
+void frmMain::ShowCursorReadouts() {
+  const CaptureFields& capture = live_.State.Capture;
+  const auto frequency = [&capture](double x) {
+    return Text(FormatPicture(x / capture.FreqScale, capture.FreqFormat));
+  };
+  const auto level = [](double db) { return Text(FormatPicture(db, "0.000dB")); };
+  for (size_t c = 0; c < cursors_.size(); ++c) {
+    const bool shown = cursorDisplay_ && cursors_[c].Placed();
+    txtCursor_[2 * c]->setText(shown ? frequency(cursors_[c].X) : QString());
+    txtCursor_[2 * c + 1]->setText(shown ? level(-static_cast<double>(cursors_[c].Y)) : QString());
+  }
+  // Cursor 2 less cursor 1, in frequency and in level.
+  const bool both = cursorDisplay_ && cursors_[0].Placed() && cursors_[1].Placed();
+  txtCursor_[4]->setText(both ? frequency(static_cast<double>(cursors_[1].X) - cursors_[0].X) : QString());
+  txtCursor_[5]->setText(both ? level(static_cast<double>(cursors_[0].Y) - cursors_[1].Y) : QString());
+}
+
+}  // namespace tavrix
