@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Remakes the pictures the README and docs show (docs/screenshots/): the viewer on the
-# simulated unit with peak hold and video average on, at device pixel ratio 1 and 2, and
-# its View menu. Runs on a virtual screen (Xvfb), so it needs no display of its own.
+# simulated unit with peak hold and video average on, at device pixel ratio 1 and 2, its
+# View menu, and a measurement with both cursors placed and the highest peak selected. Runs on a virtual screen (Xvfb), so it needs no display of its own.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh >/dev/null
@@ -45,6 +45,15 @@ shoot() {
   xdotool key alt+t; sleep 0.3; xdotool key v; sleep 0.3   # Tools > Video Average Trace
   xdotool mousemove $((1300 * scale - 2)) $((800 * scale - 2))  # the pointer out of the picture
   sleep 13  # four captures, one every 3 s
+  if [[ "$menu" == measure ]]; then
+    # Both cursors placed with the mouse, then the highest peak selected from the View menu.
+    xdotool key alt+v; sleep 0.3; xdotool key 1; sleep 0.3
+    xdotool mousemove $((430 * scale)) $((250 * scale)) click 1; sleep 0.3
+    xdotool key alt+v; sleep 0.3; xdotool key 2; sleep 0.3
+    xdotool mousemove $((870 * scale)) $((410 * scale)) click 1; sleep 0.3
+    xdotool key alt+v; sleep 0.3; xdotool key t; sleep 0.8
+    menu=""
+  fi
   if [[ -n "$menu" ]]; then
     xdotool key "$menu"
     sleep 0.6
@@ -61,3 +70,4 @@ shoot() {
 shoot 1 viewer.png
 shoot 2 viewer@2x.png
 shoot 1 view-menu.png alt+v
+shoot 1 measuring.png measure
