@@ -10,8 +10,6 @@
 #include <QMouseEvent>
 #include <QTimer>
 
-#include <map>
-
 #include "app/command_table.h"
 #include "app/entry_box.h"
 #include "app/main_window.h"
@@ -24,11 +22,10 @@ namespace tavrix {
 
 namespace {
 
-// The pointer of each image, made once; hot spots are given on a 32-unit grid.
+// The pointer of each image (made when the mode changes, never kept past the
+// application); hot spots are given on a 32-unit grid.
 QCursor PointerFor(PointerImage image) {
-  static std::map<PointerImage, QCursor> made;
   if (image == PointerImage::Cross) return Qt::CrossCursor;
-  if (const auto it = made.find(image); it != made.end()) return it->second;
   const PointerImageSpec* look = &kPointerZoomWindow;
   switch (image) {
     case PointerImage::ZoomIn: look = &kPointerZoomIn; break;
@@ -40,8 +37,7 @@ QCursor PointerFor(PointerImage image) {
     default: break;
   }
   constexpr int kSide = 32;
-  const QPixmap pixmap = QIcon(look->Resource).pixmap(QSize(kSide, kSide));
-  return made.emplace(image, QCursor(pixmap, look->HotX, look->HotY)).first->second;
+  return QCursor(QIcon(look->Resource).pixmap(QSize(kSide, kSide)), look->HotX, look->HotY);
 }
 
 constexpr int kCoordinateMs = 4000;  // how long the floating read-out stays after a press
