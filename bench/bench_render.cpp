@@ -82,8 +82,7 @@ void BareTraces(benchmark::State& state, qreal ratio) {
       for (int i = run * 1024; i < run * 1024 + 1024; ++i)
         points.emplace_back(map.ToPixelX(t.FreqPoints[i][trace]), map.ToPixelY(-t.AmpPoints[i][trace]));
       runs.push_back(std::move(points));
-      const ColorRef c = scene.Colors[color];
-      colors.emplace_back(RedOf(c), GreenOf(c), BlueOf(c));
+      colors.push_back(ToColor(scene.Colors[color]));
     }
   }
   for (auto _ : state) {

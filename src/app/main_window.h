@@ -163,6 +163,8 @@ class frmMain : public QMainWindow {
   void SetMoveButtons();
   void ShowCoordinateReadout(float x, float y);
   void SelectPoint(int trace, int point, bool remember);
+  // Moves run on the first visible trace when theirs is not shown; false when none is.
+  bool KeepActiveTraceVisible();
   void ApplyMouseOutcome(const MouseOutcome& outcome);
   void Notice(const std::string& text);
 

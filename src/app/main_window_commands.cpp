@@ -345,13 +345,10 @@ void frmMain::tbMain_ButtonMenuClick(const QString& buttonKey, const QString& en
 }
 
 void frmMain::SwitchTraceCommand(int trace) {
-  TraceSet& t = live_.State.Traces;
-  const bool on = SwitchTrace(t, selection_, trace);
+  const bool on = SwitchTrace(live_.State.Traces, selection_, trace);
   for (const TraceSwitch& s : kTraceSwitches)
     if (s.Trace == trace) Button(s.ButtonKey)->setChecked(on);
-  // Moves run on the first visible trace when theirs goes.
-  if (navigation_.ActiveTrace < 0 || !t.TraceVisible[static_cast<size_t>(navigation_.ActiveTrace)])
-    navigation_.ActiveTrace = FirstVisibleTrace(t);
+  KeepActiveTraceVisible();
   UpdateView();
 }
 

@@ -139,10 +139,7 @@ void frmMain::OpenEntryBox(const QString& panelKey) {
 }
 
 void frmMain::MoveToSpecificPoint(int point) {
-  const TraceSet& t = live_.State.Traces;
-  if (navigation_.ActiveTrace < 0 || !t.TraceVisible[static_cast<size_t>(navigation_.ActiveTrace)])
-    navigation_.ActiveTrace = FirstVisibleTrace(t);
-  if (navigation_.ActiveTrace < 0) return;
+  if (!KeepActiveTraceVisible()) return;
   SelectPoint(navigation_.ActiveTrace, point, true);
   const float x = live_.View.CenterX(), y = live_.View.CenterY();
   live_.View.KeepInView(x, y);

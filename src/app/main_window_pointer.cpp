@@ -106,10 +106,16 @@ void frmMain::SelectPoint(int trace, int point, bool remember) {
   live_.View.SetCenter(t.FreqPoints[i][trace], -t.AmpPoints[i][trace]);
 }
 
+bool frmMain::KeepActiveTraceVisible() {
+  const TraceSet& t = live_.State.Traces;
+  const int active = navigation_.ActiveTrace;
+  if (active < 0 || !t.TraceVisible[static_cast<size_t>(active)]) navigation_.ActiveTrace = FirstVisibleTrace(t);
+  return navigation_.ActiveTrace >= 0;
+}
+
 void frmMain::MovePoint(PointMove move) {
   const TraceSet& t = live_.State.Traces;
-  if (!t.TraceVisible[static_cast<size_t>(navigation_.ActiveTrace)]) navigation_.ActiveTrace = FirstVisibleTrace(t);
-  if (navigation_.ActiveTrace < 0) return;  // no trace shown: nothing to move on
+  if (!KeepActiveTraceVisible()) return;  // no trace shown: nothing to move on
   if (move == PointMove::LastSelected && navigation_.LastSelectedPoint == 0) {
     Notice(kNoPreviousPointText);
     return;
@@ -175,9 +181,7 @@ void frmMain::ShowCoordinateReadout(float x, float y) {
       ReadSelection(live_.State.Traces, selection_, live_.State.Capture.FreqScale, live_.State.Capture.FreqFormat);
   // In the plot's own colours, so it reads as part of the display.
   const Palette& colors = palettes_[static_cast<size_t>(activePalette_)];
-  const auto css = [&colors](PaletteField f) {
-    return QColor(RedOf(colors[f]), GreenOf(colors[f]), BlueOf(colors[f])).name();
-  };
+  const auto css = [&colors](PaletteField f) { return ToColor(colors[f]).name(); };
   readout->setStyleSheet(QString("QLabel { background: %1; color: %2; border: 1px solid %3; padding: 3px; }")
                              .arg(css(kBackgroundColor), css(kLegendColor), css(kGridLinesColor)));
   readout->setText(QString::fromStdString("Trace = " + r.Trace + "\nData Point = " + r.Point + "\nFrequency = " +

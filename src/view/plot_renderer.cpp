@@ -27,8 +27,6 @@ constexpr std::array<std::pair<int, PaletteField>, kTraceCount> kTraceOrder = {{
     {kPeakHoldTrace, kPeakHoldColor},
 }};
 
-QColor ToColor(ColorRef c) { return QColor(RedOf(c), GreenOf(c), BlueOf(c)); }
-
 // The pen of one trace: one device pixel for the usual width of 1 at any pixel ratio.
 QPen TracePen(ColorRef color, int lineWidth) {
   QPen pen(ToColor(color), lineWidth <= 1 ? 0 : lineWidth);
@@ -219,6 +217,8 @@ void DrawSelection(QPainter& painter, const PlotMapping& map, const PlotScene& s
 }
 
 }  // namespace
+
+QColor ToColor(ColorRef c) { return QColor(RedOf(c), GreenOf(c), BlueOf(c)); }
 
 QFont LegendFont() {
   QFont font("Courier New");

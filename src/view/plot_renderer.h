@@ -9,6 +9,9 @@ class QPainter;
 
 namespace tavrix {
 
+// A stored palette colour as Qt's.
+QColor ToColor(ColorRef color);
+
 // The legend's font ("Courier New": fixed pitch, the same widths on every machine that
 // maps it to a metric-compatible face) and what it measures on a given device.
 QFont LegendFont();
