@@ -1,0 +1,67 @@
+#pragma once
+#include <array>
+#include <string>
+
+#include "view/palette.h"
+#include "view/plot_scene.h"
+
+namespace tavrix {
+
+class SettingsStore;
+
+// Window states as stored.
+enum StoredWindowState : int { kWindowNormal = 0, kWindowMinimized = 1, kWindowMaximized = 2 };
+
+// The main window's place and size, in twips (1440 to the inch).
+struct StoredGeometry {
+  int State = kWindowNormal;
+  double Left = 0;
+  double Top = 0;
+  double Width = 11910;
+  double Height = 5760;
+};
+
+// Every setting the viewer keeps apart from the modem directory, with its default. The
+// main window holds the live values; this is what is loaded at start and saved at exit.
+struct ViewerSettings {
+  StoredGeometry Window;
+  std::array<Palette, 2> Palettes = kDefaultPalettes;
+  int CurrentPalette = kViewingPalette;
+  std::string LastPath;  // the home folder by default, always with "/"
+  bool SnapToPoint = true;
+  bool WindowSpectrum = true;
+  bool StopUpdates = true;
+  bool SelectionPanelOn = true;
+  bool CursorDisplay = false;
+  std::array<CursorMark, 2> Cursors{};  // -1, -1: not placed
+  int PointMoves = 1;                   // 0 all points, 1 peak points
+  float PeakThreshold = 0.0f;           // dB
+  bool CurrentTrace = true;
+  bool PeakHold = false;
+  bool VideoAverage = false;
+  bool LastTrace = false;
+};
+
+// The stored keys of the palette colours, in the order they are read and written, with
+// the palette position each one holds (position 4 is never stored).
+struct PaletteKey {
+  const char* Key;
+  int Field;
+};
+inline constexpr std::array<PaletteKey, 8> kPaletteKeys = {{{"BackGroundColor", kBackgroundColor},
+                                                            {"SpectrumColor", kSpectrumColor},
+                                                            {"LegendColor", kLegendColor},
+                                                            {"GridLinesColor", kGridLinesColor},
+                                                            {"PeakThreshold", kThresholdColor},
+                                                            {"PeakHold", kPeakHoldColor},
+                                                            {"VideoAverage", kVideoAverageColor},
+                                                            {"LastTrace", kPreviousColor}}};
+
+// Reads the window state and geometry, both palettes and the configuration keys, in
+// that order. A value missing, empty, unreadable or out of its range takes its default;
+// the others are kept. `homeFolder` is LastPath's default.
+ViewerSettings LoadViewerSettings(const SettingsStore& store, const std::string& homeFolder);
+// Writes the same keys in the same order. A minimised window is stored as normal.
+void SaveViewerSettings(SettingsStore& store, const ViewerSettings& settings);
+
+}  // namespace tavrix
