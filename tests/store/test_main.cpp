@@ -1,4 +1,4 @@
-#include <QApplication>
+#include <QCoreApplication>
 
 #include <memory>
 
@@ -6,11 +6,9 @@
 
 std::unique_ptr<QObject> NewSettingsTest();
 std::unique_ptr<QObject> NewModemsTest();
-std::unique_ptr<QObject> NewModemDialogsTest();
 
 int main(int argc, char** argv) {
   auto settings = NewSettingsTest();
   auto modems = NewModemsTest();
-  auto dialogs = NewModemDialogsTest();
-  return tavrix::testing::RunTestObjects<QApplication>(argc, argv, {settings.get(), modems.get(), dialogs.get()});
+  return tavrix::testing::RunTestObjects(argc, argv, {settings.get(), modems.get()});
 }
