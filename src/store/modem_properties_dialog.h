@@ -1,8 +1,6 @@
 #pragma once
-#include <QDateTime>
 #include <QDialog>
 
-#include <functional>
 #include <string>
 
 #include "common/notices.h"
@@ -38,17 +36,24 @@ class frmModem : public QDialog {
   QPushButton* cmdCancel = nullptr;
 
   void cmdOK_Click();
-  // The address check when the address box loses the focus; false when refused.
+  // The address check when the address box loses the focus: a refusal is told and the
+  // focus goes back to the box. False when refused.
   bool txtIPA_Validate();
+
+  void done(int result) override;
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
+  void FillBoxes(bool connected);
+
   Modems& modems_;
   std::string editedName_;
   Notices& notices_;
   StoreOutcome outcome_;
+  bool validating_ = false;  // a refusal is on screen: its own focus changes are not checked again
+  bool closing_ = false;     // the dialog is going away: nothing is checked any more
 };
 
 }  // namespace tavrix

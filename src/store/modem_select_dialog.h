@@ -27,7 +27,8 @@ struct ModemSelectHooks {
 // frmModemSelect, "Select Modem": the list of all units in directory order, with Add,
 // Remove, Properties, OK and Cancel, the same commands on the list's right-click menu
 // "&Edit", and a double click for Properties. Every change of the directory is reported
-// at once through `directoryChanged`; OK with a selection chooses that unit.
+// at once through `directoryChanged`; OK with a selection chooses that unit. Remove,
+// Properties and OK do nothing without a selection.
 class frmModemSelect : public QDialog {
   Q_OBJECT
 
@@ -62,8 +63,12 @@ class frmModemSelect : public QDialog {
   void modemRemoved(const QString& name);
 
  private:
+  // Refills the list from the directory and selects `select` (the first item when it is not there).
   void FillList(const std::string& select);
   std::optional<std::string> SelectedName() const;
+  // Reports what the properties dialog stored for `editedName` and shows the new list.
+  void TakeEdit(const std::string& editedName, const StoreOutcome& outcome);
+  void EnableCommands();
 
   Modems& modems_;
   Notices& notices_;
