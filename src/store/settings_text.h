@@ -22,7 +22,7 @@ std::string DateText(const QDateTime& value);
 std::optional<bool> ReadBoolean(std::string_view text);
 // Integer: 16 bits, -32768..32767. Long: 32 bits. A whole number with optional blanks
 // around it and an optional sign; a number with a fraction is rounded, as a conversion to
-// a whole type rounds.
+// a whole type rounds (a half to the even neighbour).
 std::optional<int16_t> ReadInteger(std::string_view text);
 std::optional<int32_t> ReadLong(std::string_view text);
 // Single: a finite number within the single range.

@@ -1,0 +1,125 @@
+#include "store/viewer_settings.h"
+
+#include <QDir>
+#include <QString>
+
+#include <cmath>
+#include <optional>
+
+#include "store/settings_store.h"
+#include "store/settings_text.h"
+
+namespace tavrix {
+
+namespace {
+
+const std::string kWindowSection = "WindowState";
+const std::string kConfigSection = "Configuration";
+constexpr int32_t kMaxColor = 0xFFFFFF;
+constexpr float kThresholdLimit = 125.0f;  // dB either way
+
+std::string PaletteSection(int palette) { return "Configuration\\ColorPalette" + std::to_string(palette); }
+
+// A folder text with "/" between its parts, whatever the platform writes.
+std::string ForwardSlashes(const std::string& path) {
+  return QDir::fromNativeSeparators(QString::fromStdString(path)).toStdString();
+}
+
+// The Booleans of the configuration, in the order they are stored, in two runs split by
+// the cursors, the point moves and the threshold.
+struct BooleanKey {
+  const char* Key;
+  bool ViewerSettings::*Field;
+};
+constexpr std::array<BooleanKey, 5> kShownKeys = {{{"SnapToPoint", &ViewerSettings::SnapToPoint},
+                                                   {"WindowSpectrum", &ViewerSettings::WindowSpectrum},
+                                                   {"StopUpdates", &ViewerSettings::StopUpdates},
+                                                   {"SelectionPanelOn", &ViewerSettings::SelectionPanelOn},
+                                                   {"CursorDisplay", &ViewerSettings::CursorDisplay}}};
+constexpr std::array<BooleanKey, 4> kTraceKeys = {{{"CurrentTrace", &ViewerSettings::CurrentTrace},
+                                                   {"PeakHold", &ViewerSettings::PeakHold},
+                                                   {"VideoAverage", &ViewerSettings::VideoAverage},
+                                                   {"LastTrace", &ViewerSettings::LastTrace}}};
+
+constexpr std::array<const char*, 4> kCursorKeys = {"Cursor1X", "Cursor1Y", "Cursor2X", "Cursor2Y"};
+
+template <typename Cursors>
+auto& CursorCoordinate(Cursors& cursors, size_t i) {
+  return i % 2 == 0 ? cursors[i / 2].X : cursors[i / 2].Y;
+}
+
+// Reads one value; a text missing or unreadable by `read`, or refused by `accept`,
+// leaves `value` at its default.
+template <typename T, typename Reader, typename Accept>
+void Load(const SettingsStore& store, const std::string& section, const char* key, T& value, Reader read,
+          Accept accept) {
+  const auto stored = read(store.GetSetting(section, key, std::string()));
+  if (stored && accept(*stored)) value = static_cast<T>(*stored);
+}
+
+template <typename T, typename Reader>
+void Load(const SettingsStore& store, const std::string& section, const char* key, T& value, Reader read) {
+  Load(store, section, key, value, read, [](auto) { return true; });
+}
+
+}  // namespace
+
+ViewerSettings LoadViewerSettings(const SettingsStore& store, const std::string& homeFolder) {
+  ViewerSettings s;
+
+  StoredGeometry& window = s.Window;
+  Load(store, kWindowSection, "WindowState", window.State, ReadInteger,
+       [](int16_t state) { return state >= kWindowNormal && state <= kWindowMaximized; });
+  // Any finite place is kept: the window pulls itself back onto a screen.
+  Load(store, kWindowSection, "WindowLeft", window.Left, ReadSingle);
+  Load(store, kWindowSection, "WindowTop", window.Top, ReadSingle);
+  const auto positive = [](float size) { return size > 0; };
+  Load(store, kWindowSection, "WindowWidth", window.Width, ReadSingle, positive);
+  Load(store, kWindowSection, "WindowHeight", window.Height, ReadSingle, positive);
+
+  const auto isColor = [](int32_t color) { return color >= 0 && color <= kMaxColor; };
+  for (int p = 0; p < 2; ++p)
+    for (const PaletteKey& key : kPaletteKeys)
+      Load(store, PaletteSection(p), key.Key, s.Palettes[p][key.Field], ReadLong, isColor);
+
+  Load(store, kConfigSection, "CurrentPalette", s.CurrentPalette, ReadInteger,
+       [](int16_t palette) { return palette == kViewingPalette || palette == kPrintingPalette; });
+  s.LastPath = ForwardSlashes(store.GetSetting(kConfigSection, "LastPath", homeFolder));
+  for (const BooleanKey& key : kShownKeys) Load(store, kConfigSection, key.Key, s.*key.Field, ReadBoolean);
+  for (size_t i = 0; i < kCursorKeys.size(); ++i)
+    Load(store, kConfigSection, kCursorKeys[i], CursorCoordinate(s.Cursors, i), ReadSingle);
+  // The combo index: any non-zero value, "True" among them, is Peak Points.
+  Load(store, kConfigSection, "PointMoves", s.PointMoves, ReadBoolean);
+  Load(store, kConfigSection, "PeakThreshold", s.PeakThreshold, ReadSingle,
+       [](float dB) { return std::fabs(dB) <= kThresholdLimit; });
+  for (const BooleanKey& key : kTraceKeys) Load(store, kConfigSection, key.Key, s.*key.Field, ReadBoolean);
+  return s;
+}
+
+void SaveViewerSettings(SettingsStore& store, const ViewerSettings& settings) {
+  const StoredGeometry& window = settings.Window;
+  // A minimised window opens normal next time.
+  const int state = window.State == kWindowMaximized ? kWindowMaximized : kWindowNormal;
+  store.SaveSetting(kWindowSection, "WindowState", IntegerText(state));
+  store.SaveSetting(kWindowSection, "WindowLeft", SingleText(static_cast<float>(window.Left)));
+  store.SaveSetting(kWindowSection, "WindowTop", SingleText(static_cast<float>(window.Top)));
+  store.SaveSetting(kWindowSection, "WindowWidth", SingleText(static_cast<float>(window.Width)));
+  store.SaveSetting(kWindowSection, "WindowHeight", SingleText(static_cast<float>(window.Height)));
+
+  for (int p = 0; p < 2; ++p)
+    for (const PaletteKey& key : kPaletteKeys)
+      store.SaveSetting(PaletteSection(p), key.Key, IntegerText(settings.Palettes[p][key.Field]));
+
+  store.SaveSetting(kConfigSection, "CurrentPalette", IntegerText(settings.CurrentPalette));
+  store.SaveSetting(kConfigSection, "LastPath", ForwardSlashes(settings.LastPath));
+  for (const BooleanKey& key : kShownKeys)
+    store.SaveSetting(kConfigSection, key.Key, BooleanText(settings.*key.Field));
+  for (size_t i = 0; i < kCursorKeys.size(); ++i)
+    store.SaveSetting(kConfigSection, kCursorKeys[i], SingleText(CursorCoordinate(settings.Cursors, i)));
+  store.SaveSetting(kConfigSection, "PointMoves", settings.PointMoves != 0 ? "1" : "0");
+  store.SaveSetting(kConfigSection, "PeakThreshold", SingleText(settings.PeakThreshold));
+  for (const BooleanKey& key : kTraceKeys)
+    store.SaveSetting(kConfigSection, key.Key, BooleanText(settings.*key.Field));
+}
+
+}  // namespace tavrix

@@ -1,4 +1,232 @@
-// Placeholder until the tests of this part are written.
+// The settings store, the text forms of its values and the viewer's settings table.
+#include <QDateTime>
+#include <QFile>
+#include <QLocale>
 #include <QObject>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <clocale>
+#include <limits>
 #include <memory>
-std::unique_ptr<QObject> NewSettingsTest() { return std::make_unique<QObject>(); }
+#include <string>
+
+#include "store/settings_store.h"
+#include "store/settings_text.h"
+#include "store/viewer_settings.h"
+
+using namespace tavrix;
+
+namespace {
+
+const std::string kHome = "/home/operator";
+
+// Every stored field as text, numbers exact to the last bit, so that two settings compare key by key.
+QStringList Fields(const ViewerSettings& s) {
+  QStringList f;
+  const auto exact = [&f](double v) { f << QString::number(v, 'g', 17); };
+  const auto flags = [&f](std::initializer_list<bool> values) {
+    for (bool v : values) f << (v ? "T" : "F");
+  };
+  f << QString::number(s.Window.State);
+  for (double v : {s.Window.Left, s.Window.Top, s.Window.Width, s.Window.Height}) exact(v);
+  for (const Palette& palette : s.Palettes)
+    for (const PaletteKey& key : kPaletteKeys) f << QString::number(palette[key.Field]);
+  f << QString::number(s.CurrentPalette) << QString::fromStdString(s.LastPath);
+  flags({s.SnapToPoint, s.WindowSpectrum, s.StopUpdates, s.SelectionPanelOn, s.CursorDisplay});
+  for (const CursorMark& c : s.Cursors) exact(c.X), exact(c.Y);
+  f << QString::number(s.PointMoves);
+  exact(s.PeakThreshold);
+  flags({s.CurrentTrace, s.PeakHold, s.VideoAverage, s.LastTrace});
+  return f;
+}
+
+ViewerSettings Defaults() { ViewerSettings s; s.LastPath = kHome; return s; }
+
+// A value other than the default in every stored field.
+ViewerSettings NonDefaults() {
+  ViewerSettings s;
+  s.Window = {kWindowMaximized, -1234.5, static_cast<float>(1.0 / 3), 20000.25f, 1e-3f};
+  for (int p = 0; p < 2; ++p)
+    for (const PaletteKey& key : kPaletteKeys)
+      s.Palettes[p][key.Field] = (kDefaultPalettes[p][key.Field] + 0x123457) & 0xFFFFFF;
+  s.CurrentPalette = kPrintingPalette;
+  s.LastPath = "/data/caps, \"2024\"/Übersicht";
+  s.SnapToPoint = s.WindowSpectrum = s.StopUpdates = s.SelectionPanelOn = s.CurrentTrace = false;
+  s.CursorDisplay = s.PeakHold = s.VideoAverage = s.LastTrace = true;
+  s.Cursors = {{{0.1f, std::numeric_limits<float>::denorm_min()}, {123456.789f, -0.0f}}};
+  s.PointMoves = 0, s.PeakThreshold = -124.999f;
+  return s;
+}
+
+template <typename T>
+QString Shown(const std::optional<T>& value) {
+  if (!value) return "-";
+  if constexpr (std::is_floating_point_v<T>) return QString::number(*value, 'g', 9);
+  return QString::number(*value);
+}
+
+}  // namespace
+
+class SettingsTest : public QObject {
+  Q_OBJECT
+
+ private:
+  QTemporaryDir dir_;
+  QString Path() const { return dir_.filePath("Tavrix Spectrum Analyzer.conf"); }
+
+ private slots:
+  void init() { QFile::remove(Path()); QFile::remove(Path() + ".bad"); }
+
+  void firstStartGivesEveryDefault() {
+    SettingsStore store(Path());
+    const ViewerSettings loaded = LoadViewerSettings(store, kHome);
+    QCOMPARE(Fields(loaded), Fields(Defaults()));
+    QVERIFY(loaded.Window.Width == 11910 && loaded.Window.Height == 5760 && loaded.Window.Left == 0);
+    QVERIFY(loaded.StopUpdates && loaded.Palettes[1][kPreviousColor] == 16711680u);
+  }
+
+  void savedValuesReadBack() {
+    const QStringList defaults = Fields(Defaults()), wanted = Fields(NonDefaults());
+    for (qsizetype i = 0; i < wanted.size(); ++i) QVERIFY2(wanted[i] != defaults[i], qPrintable(wanted[i]));
+    SettingsStore(Path()).SaveSetting("Tavrix Modems", "LastModem", "Unit 1");  // written as the store goes
+    {
+      SettingsStore store(Path());
+      SaveViewerSettings(store, NonDefaults());
+      QVERIFY(store.Sync());
+    }
+    SettingsStore store(Path());
+    QCOMPARE(Fields(LoadViewerSettings(store, kHome)), wanted);
+
+    // A minimised window is stored normal; an empty value cannot be kept.
+    ViewerSettings changed = NonDefaults();
+    changed.Window.State = kWindowMinimized;
+    changed.LastPath.clear();
+    SaveViewerSettings(store, changed);
+    QCOMPARE(store.GetSetting("Tavrix Modems", "LastModem", ""), std::string("Unit 1"));
+    store.SaveSetting("Tavrix Modems", "LastModem", "");
+    QVERIFY(store.Sync());
+    SettingsStore again(Path());
+    QCOMPARE(LoadViewerSettings(again, kHome).Window.State, int{kWindowNormal});
+    QCOMPARE(LoadViewerSettings(again, kHome).LastPath, kHome);
+    QCOMPARE(again.GetSetting("Tavrix Modems", "LastModem", "none"), std::string("none"));
+  }
+
+  // Deleting a value leaves a subsection of the same name, and the other way round.
+  void subsectionsAndDeletes() {
+    const std::string modems = "Tavrix Modems";
+    SettingsStore store(Path());
+    for (const char* modem : {"Modem1", "Modem2"}) store.SaveSetting(modems + "\\" + modem, "ModemName", modem);
+    store.SaveSetting(modems + "\\Modem2", "IP_Address", "10.0.0.2");
+    store.SaveSetting(modems, "Modem1", "kept");
+    QCOMPARE(store.Subsections(modems), (std::vector<std::string>{"Modem1", "Modem2"}));
+    store.DeleteKey(modems, "Modem1");
+    store.DeleteSetting(modems + "\\Modem2", "ModemName");
+    store.DeleteSetting(modems, "Modem2");
+    QVERIFY(store.Sync());
+    SettingsStore again(Path());
+    QCOMPARE(again.Subsections(modems), std::vector<std::string>{"Modem2"});
+    QCOMPARE(again.GetSetting(modems + "\\Modem2", "ModemName", "gone"), std::string("gone"));
+    QCOMPARE(again.GetSetting(modems + "\\Modem2", "IP_Address", ""), std::string("10.0.0.2"));
+    QCOMPARE(again.GetSetting(modems, "Modem1", ""), std::string("kept"));
+  }
+
+  // What ReadBoolean, ReadInteger, ReadLong and ReadSingle give, "-" for nothing.
+  void textReaders_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("readings");
+    const auto row = [](const char* text, const char* readings) {
+      QTest::newRow(text) << QString(text) << QString(readings);
+    };
+    row("true", "1 - - -"), row("FALSE", "0 - - -"), row("yes", "- - - -");
+    row("0", "0 0 0 0"), row("-1", "1 -1 -1 -1"), row(" 12\t", "1 12 12 12"), row("+7", "1 7 7 7");
+    row("1e3", "1 1000 1000 1000"), row("3.6", "1 4 4 3.5999999");
+    row("2.5", "1 2 2 2.5"), row("-3.5", "1 -4 -4 -3.5");  // halves to even
+    row("-32769", "1 - -32769 -32769"), row("32767.5", "1 - 32768 32767.5"), row("70000", "1 - 70000 70000");
+    row("2147483648", "1 - - 2.14748365e+09"), row("1e39", "1 - - -");
+    for (const char* text : {"nan", "inf", "", "12abc", "1,5"}) row(text, "- - - -");
+  }
+
+  void textReaders() {
+    QFETCH(QString, text);
+    const std::string t = text.toStdString();
+    const QStringList readings = {Shown(ReadBoolean(t)), Shown(ReadInteger(t)), Shown(ReadLong(t)),
+                                  Shown(ReadSingle(t))};
+    QTEST(readings.join(' '), "readings");
+  }
+
+  // Written texts read back to the same bits, and a German locale changes neither side.
+  void textsRoundTripInAnyLocale() {
+    const QLocale before;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    std::setlocale(LC_ALL, "de_DE.UTF-8");  // when the machine has it
+    using F = std::numeric_limits<float>;
+    for (float v : {0.1f, static_cast<float>(1.0 / 3), F::max(), F::lowest(), F::min(), F::denorm_min(), 1e30f}) {
+      const std::optional<float> back = ReadSingle(SingleText(v));
+      QVERIFY2(back && *back == v, SingleText(v).c_str());
+    }
+    QCOMPARE(SingleText(-1234.5f), std::string("-1234.5"));
+    QCOMPARE(ReadBoolean(BooleanText(false)), std::optional<bool>(false));
+    QCOMPARE(BooleanText(true), std::string("True"));
+    const QDateTime when(QDate(2024, 2, 29), QTime(23, 59, 58, 999));
+    QCOMPARE(DateText(when), std::string("2024-02-29T23:59:58"));
+    QCOMPARE(ReadDate(DateText(when)), std::optional<QDateTime>(when.addMSecs(-999)));
+    QCOMPARE(ReadDate("29.02.2024"), std::nullopt);
+    std::setlocale(LC_ALL, "C");
+    QLocale::setDefault(before);
+  }
+
+  // Hand-damaged files, none with the palette sections: the readable values stay
+  // (WindowTop 5, SnapToPoint False), the others take their defaults, and the store
+  // writes a clean file afterwards.
+  void damagedFiles_data() {
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("setAside");
+    QTest::addColumn<double>("left");
+    const QByteArray window = "[WindowState]\nWindowTop=5\n", config = "[Configuration]\nSnapToPoint=False\n";
+    QByteArray junk;
+    for (uint32_t i = 0, x = 12345; i < 3000; ++i) junk.append(static_cast<char>((x = x * 1103515245 + 12345) >> 24));
+    QTest::newRow("unreadable values")
+        << window + "WindowState=7\nWindowLeft=abc\nWindowWidth=-5\nWindowHeight=nan\n" + config +
+               "CurrentPalette=2\nStopUpdates=maybe\nCursor1X=12abc\nPointMoves=x\nPeakThreshold=200\n"
+               "ColorPalette0\\BackGroundColor=16777216\nColorPalette1\\SpectrumColor=-5\n"
+        << false << 0.0;
+    QTest::newRow("huge geometry") << window + "WindowLeft=1e30\nWindowWidth=1e39\n" + config << false << double{1e30f};
+    QTest::newRow("invalid UTF-8") << window + "WindowLeft=5\xff\xfe\n" + config << false << 0.0;
+    QTest::newRow("NUL bytes") << window + QByteArray("\0\0\x01junk\0\n", 9) + config << true << 0.0;
+    QTest::newRow("open quote") << window + QByteArray("\0\nStray=\"open\n", 14) + config << true << 0.0;
+    QTest::newRow("binary garbage") << window + junk + "\n" + config << true << 0.0;
+    QTest::newRow("broken section line") << window + "[Configuration\nSnapToPoint=False\n" << true << 0.0;
+    QTest::newRow("zeroed file") << QByteArray(4096, '\0') << true << qQNaN();  // nothing to keep
+  }
+
+  void damagedFiles() {
+    QFETCH(QByteArray, content);
+    QFETCH(bool, setAside);
+    QFETCH(double, left);
+    const QString bad = Path() + ".bad";
+    for (const auto& [name, bytes] : {std::pair{Path(), content}, std::pair{bad, QByteArray("older")}}) {
+      QFile file(name);
+      QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    }
+    SettingsStore store(Path());
+    QCOMPARE(store.SetAsideFile(), setAside ? bad : QString());
+    QFile badFile(bad);
+    QVERIFY(badFile.open(QIODevice::ReadOnly));
+    QCOMPARE(badFile.readAll(), setAside ? content : QByteArray("older"));
+
+    ViewerSettings expected = Defaults();
+    if (!qIsNaN(left)) expected.Window = {kWindowNormal, left, 5, 11910, 5760}, expected.SnapToPoint = false;
+    const ViewerSettings loaded = LoadViewerSettings(store, kHome);
+    QCOMPARE(Fields(loaded), Fields(expected));
+    SaveViewerSettings(store, loaded);
+    QVERIFY(store.Sync());
+    SettingsStore again(Path());
+    QVERIFY(again.SetAsideFile().isEmpty());
+    QCOMPARE(Fields(LoadViewerSettings(again, kHome)), Fields(expected));
+  }
+};
+
+std::unique_ptr<QObject> NewSettingsTest() { return std::make_unique<SettingsTest>(); }
+
+#include "test_settings.moc"
