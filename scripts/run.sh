@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and opens the viewer on the built-in simulated
-# demodulator (--demo), the unit to watch while none of the rack's is configured. On a
+# Installs what is missing, builds, and opens the viewer: on the units of its modem
+# directory when some are configured, otherwise on the built-in simulated demodulator
+# (--demo), the unit to watch while none of the rack's is. On a
 # machine without a display it says so and draws the simulated unit's live spectrum into
 # a PNG instead, and says where it went.
 set -euo pipefail
@@ -10,6 +11,11 @@ bash scripts/build.sh release >/dev/null
 bin=build/release/src/tavrix-spectrum
 
 if [[ -n "${DISPLAY:-}" || -n "${WAYLAND_DISPLAY:-}" ]]; then
+  # The viewer's per-user settings: a directory with units in it has a ModemCount above 0.
+  settings="${XDG_CONFIG_HOME:-$HOME/.config}/Tavrix/Tavrix Spectrum Analyzer.conf"
+  if grep -qs '^ModemCount=[1-9]' "$settings"; then
+    exec "$bin"
+  fi
   exec "$bin" --demo
 fi
 

@@ -165,16 +165,17 @@ struct ColorEntrySpec {
   const char* Caption;
   const char* PrintingCaption;  // where the printing menu's caption differs
   int Field;
+  const char* DialogTitle;  // the colour dialog's title, as it has always been spelled
 };
 inline constexpr ColorEntrySpec kColorEntries[] = {
-    {"mnuOptionsBGColor", "&Background Color", nullptr, 0},
-    {"mnuOptionsFGColor", "&Spectrum Trace Color", "&Spectrum Trace  Color", 1},
-    {"mnuOptionsTMColor", "&Legend Scale Color", nullptr, 2},
-    {"mnuOptionsGLColor", "&Grid Lines Color", nullptr, 3},
-    {"mnuOptionsPTColor", "&Minimum Peak Threshold Color", nullptr, 5},
-    {"mnuOptionsPHColor", "&Peak Hold Trace Color", nullptr, 6},
-    {"mnuOptionsVAColor", "&Video Average Trace Color", nullptr, 7},
-    {"mnuOptionsLTColor", "&Previous Trace Color", nullptr, 8},
+    {"mnuOptionsBGColor", "&Background Color", nullptr, 0, "Select Analyzer Background Color"},
+    {"mnuOptionsFGColor", "&Spectrum Trace Color", "&Spectrum Trace  Color", 1, "Select Analyzer Spectrum Trace Color"},
+    {"mnuOptionsTMColor", "&Legend Scale Color", nullptr, 2, "Select Analyzer Tick Marks Color"},
+    {"mnuOptionsGLColor", "&Grid Lines Color", nullptr, 3, "Select Analyzer Grid Lines Color"},
+    {"mnuOptionsPTColor", "&Minimum Peak Threshold Color", nullptr, 5, "Select Minumum Peak Threshold Color"},
+    {"mnuOptionsPHColor", "&Peak Hold Trace Color", nullptr, 6, "Select Peak Hold Trace Color"},
+    {"mnuOptionsVAColor", "&Video Average Trace Color", nullptr, 7, "Select Video Average Trace Color"},
+    {"mnuOptionsLTColor", "&Previous Trace Color", nullptr, 8, "Select Previous Trace Color"},
 };
 inline constexpr const char* kPaletteSubmenus[] = {"Configure Viewer Palette &Colors",
                                                    "Configure Printer Palette &Colors"};

@@ -25,6 +25,7 @@
 #include "app/entry_box.h"
 #include "app/plot_widget.h"
 #include "app/status_panels.h"
+#include "store/settings_store.h"
 #include "view/window_layout.h"
 
 // The icons live in a static library: their resources are registered by hand.
@@ -83,7 +84,7 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   cmdUpdate_->hide();
 
   cycle_ = std::make_unique<AcquisitionCycle>(
-      *notices_, [this] { return currentModem_; },
+      *notices_, [this] { return CurrentModem(); },
       [this](const std::string& block) { return ShowCaptureBlock(block); }, options_.Timing, options_.Limits);
   connect(cycle_.get(), &AcquisitionCycle::displayChanged, this, &frmMain::ShowAcquisitionDisplay);
   cycle_->CurrentModemChanged();  // what the cycle's controls offer with no unit yet
@@ -91,10 +92,14 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   auto* abort = new QShortcut(QKeySequence("Ctrl+S"), this);
   connect(abort, &QShortcut::activated, this, [this] { cycle_->AbortConnection(); });
 
-  const QSize minimum = MinimumPixels();
-  setMinimumSize(minimum);
-  resize(minimum);
-  SetTitle();
+  setMinimumSize(MinimumPixels());
+  store_ = options_.SettingsFile.isEmpty() ? std::make_unique<SettingsStore>()
+                                           : std::make_unique<SettingsStore>(options_.SettingsFile);
+  ConnectOptionCommands();
+  connect(cycle_.get(), &AcquisitionCycle::connectFinished, this, &frmMain::OnConnectFinished);
+  // Form_Load: geometry, palettes, configuration, the directory, the title, and
+  // timerConnection for the unit used last.
+  LoadSettings();
   ShowAcquisitionDisplay();
   loaded_ = true;
   UpdateView();

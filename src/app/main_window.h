@@ -13,12 +13,18 @@
 #include "dsp/data_set_export.h"
 #include "dsp/point_navigation.h"
 #include "ui/pointer_modes.h"
+#include "ui/view_capture.h"
 #include "link/acquisition_cycle.h"
+#include "store/modem_directory.h"
+#include "store/modem_editing.h"
+#include "store/viewer_settings.h"
 #include "view/live_spectrum.h"
 #include "view/palette.h"
 #include "view/plot_renderer.h"
 
 class QAction;
+class QCloseEvent;
+class QPrinter;
 class QComboBox;
 class QLineEdit;
 class QMenu;
@@ -31,6 +37,7 @@ class QToolButton;
 namespace tavrix {
 
 class EntryBox;
+class SettingsStore;
 class PlotWidget;
 class StatusPanels;
 
@@ -44,12 +51,21 @@ struct SaveDialogSetup {
 };
 // Shows the dialog; the chosen file, or nothing when cancelled.
 using FileChooser = std::function<std::optional<QString>(const SaveDialogSetup&)>;
+// Shows the colour dialog with a title and a starting colour; the chosen colour, or
+// nothing when cancelled.
+using ColorChooser = std::function<std::optional<QColor>(const QString& title, const QColor& initial)>;
+// Shows the properties dialog of a unit (or kNewModemMarker) and returns what its OK did.
+using ModemEditor = std::function<StoreOutcome(Modems& modems, const std::string& editedName)>;
 
 struct MainWindowOptions {
   CycleTiming Timing;        // the product's 3000/500/5000 ms unless a test compresses them
   FtpLimits Limits;
   QuestionAnswerer Answerer;  // replaces the message boxes (tests)
   FileChooser ChooseSaveFile;  // replaces the save dialog (tests)
+  ColorChooser ChooseColor;    // replaces the colour dialog (tests)
+  ModemEditor EditModem;       // replaces the properties dialog (tests)
+  QString SettingsFile;        // the settings file; empty for the platform's per-user store
+  bool ConnectAtStart = true;  // false: the unit used last waits (--demo brings its own unit)
 };
 
 // The main window. It owns the state (the live spectrum with its view window, the
@@ -63,8 +79,41 @@ class frmMain : public QMainWindow {
   explicit frmMain(MainWindowOptions options = {}, QWidget* parent = nullptr);
   ~frmMain() override;
 
-  // The unit to monitor. A unit that becomes current while none was is connected.
+  // A unit to monitor that is not in the directory (the simulated unit of --demo, tests):
+  // it becomes current and is connected; the directory and LastModem are left alone.
   void SetCurrentModem(std::optional<ModemInfo> modem);
+
+  // The modem directory (main_window_modems.cpp). Choosing a unit makes it current,
+  // puts it in the title and connects to it.
+  void ChooseModem(const std::string& name);
+  void mnuCommSel_Click(int index);
+  void mnuCommAdd_Click();
+  void mnuCommManage_Click();
+  // The directory changed: it is written back and the recent menu rebuilt.
+  void UpdateModems();
+  const Modems& Directory() const { return modems_; }
+  Modems& Directory() { return modems_; }
+  std::optional<ModemInfo> CurrentModem() const;
+  // The unit of the directory that is current; empty for none (or a unit not stored).
+  const std::string& CurrentModemName() const { return currentModemName_; }
+
+  // Palettes, options and the view as a picture (main_window_options.cpp).
+  void mnuOptionsPalette_Click(int index);
+  // The colour-picking routine of one field of a palette (0 viewing, 1 printing).
+  void PickColor(int palette, int field);
+  void mnuViewCopy_Click();
+  void mnuFileSaveView_Click();
+  void mnuFilePrint_Click();
+  // Draws the report page onto a printer that is set up and ready.
+  void PrintView(QPrinter& printer);
+  void mnuHelpAbout_Click();
+  int ActivePalette() const { return activePalette_; }
+  const std::array<Palette, 2>& Palettes() const { return palettes_; }
+
+  // Settings (main_window_settings.cpp): what the window would store now, and storing it.
+  ViewerSettings CurrentSettings() const;
+  void UnloadSettings();
+  SettingsStore& Store() { return *store_; }
 
   // Commands: a toolbar button by key (menu entries that duplicate a button come here
   // too), a drop-down entry by key, the presets, an export.
@@ -118,6 +167,7 @@ class frmMain : public QMainWindow {
   void captureShown();  // a capture block has been processed and drawn
 
  protected:
+  void closeEvent(QCloseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
@@ -135,6 +185,22 @@ class frmMain : public QMainWindow {
   void EnableCommands();
   // The captions and tool tips of the movement commands for a move mode.
   void ShowMoveMode(bool byPeaks);
+
+  // Settings, palettes and the directory at start.
+  void LoadSettings();
+  void ApplySettings(const ViewerSettings& settings);
+  void ApplyGeometry(const StoredGeometry& stored);
+  StoredGeometry CurrentGeometry() const;
+  void ConnectOptionCommands();
+  void LoadDirectory();
+  void SaveDirectory();
+  void FillRecentMenu();
+  void OnConnectFinished(bool connected);
+  void OnModemRenamed(const std::string& oldName, const std::string& newName);
+  void OnModemRemoved(const std::string& name);
+  void ChooseDirectoryUnit();
+  // What a printed page says beside the plot.
+  PageFacts PrintedPageFacts() const;
 
   // Layout (main_window.cpp).
   void BuildCentralArea();
@@ -186,7 +252,11 @@ class frmMain : public QMainWindow {
   std::array<Palette, 2> palettes_ = kDefaultPalettes;
   int activePalette_ = kViewingPalette;
   int traceLineWidth_ = 1;
-  std::optional<ModemInfo> currentModem_;
+  std::unique_ptr<SettingsStore> store_;
+  Modems modems_;
+  std::string currentModemName_;          // the current unit of the directory, by name
+  std::optional<ModemInfo> outsideModem_;  // a current unit kept outside the directory
+  std::string lastModem_;                 // LastModem as it will be stored
   QString lastPath_;
   int exportKind_ = 0;  // the drop-down entry the Export button's face repeats
   bool loaded_ = false;

@@ -27,13 +27,6 @@ int TraceOfButton(const QString& key) {
   return -1;
 }
 
-// Commands whose behaviour comes with the palettes, settings and modem directory:
-// present, not yet enabled.
-constexpr const char* kLaterEntries[] = {"mnuViewCopy",        "mnuFileSaveView",    "mnuFilePrint",
-                                         "mnuOptionsPalette0", "mnuOptionsPalette1", "mnuOptionsSnap",
-                                         "mnuOptionsPanel",    "mnuOptionsWindow",   "mnuCommAdd",
-                                         "mnuCommManage",      "mnuHelpAbout"};
-
 int ModeOfButton(const QString& key) {
   for (const ModeCommand& c : kModeCommands)
     if (key == c.ButtonKey) return c.Mode;
@@ -242,8 +235,7 @@ void frmMain::BuildMenus() {
     }
   }
   addAll(options, kOptionsChecks);
-  for (const char* checked : {"mnuOptionsPalette0", "mnuOptionsSnap", "mnuOptionsPanel", "mnuOptionsWindow"})
-    MenuEntry(checked)->setChecked(true);
+  // The palette entries are checked by the palette command, the options by the settings.
 
   QMenu* comm = menuBar()->addMenu("&Communications");
   addAll(comm, kCommMenu);
@@ -273,9 +265,6 @@ void frmMain::ShowMoveMode(bool byPeaks) {
 }
 
 void frmMain::EnableCommands() {
-  for (const char* name : kLaterEntries) MenuEntry(name)->setEnabled(false);
-  for (const ColorEntrySpec& c : kColorEntries)
-    for (int palette = 0; palette < 2; ++palette) MenuEntry(QString(c.Name) + QString::number(palette))->setEnabled(false);
   Button("ZoomCursors")->setEnabled(false);
   MenuEntry("mnuViewEnd")->setEnabled(false);
 }

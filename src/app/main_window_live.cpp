@@ -39,18 +39,20 @@ std::optional<QString> ShowSaveDialog(QWidget* parent, const SaveDialogSetup& se
 }  // namespace
 
 void frmMain::SetCurrentModem(std::optional<ModemInfo> modem) {
-  const bool wasNone = !currentModem_.has_value();
-  currentModem_ = std::move(modem);
+  outsideModem_ = std::move(modem);
+  currentModemName_.clear();
   SetTitle();
-  ShowAcquisitionDisplay();
   cycle_->CurrentModemChanged();
-  // With no unit the connection timer is not armed; the first unit is connected at once.
-  if (wasNone && currentModem_ && !cycle_->Connected() && !cycle_->Connecting()) cycle_->Start();
+  if (outsideModem_)
+    cycle_->ChooseUnit();
+  else
+    cycle_->DropUnit();
+  ShowAcquisitionDisplay();
 }
 
 void frmMain::SetTitle() {
-  setWindowTitle(Text(WindowTitle(currentModem_ ? std::optional<std::string>(currentModem_->Name) : std::nullopt,
-                                  kVersion)));
+  const std::optional<ModemInfo> modem = CurrentModem();
+  setWindowTitle(Text(WindowTitle(modem ? std::optional<std::string>(modem->Name) : std::nullopt, kVersion)));
 }
 
 uint16_t frmMain::ShowCaptureBlock(const std::string& block) {

@@ -45,7 +45,9 @@ int RunViewer(int argc, char** argv) {
 
   // Declared first, so it goes last: the window's link thread stops before the unit does.
   std::unique_ptr<DemoUnit> demoUnit;
-  frmMain window;
+  MainWindowOptions options;
+  options.ConnectAtStart = !demo;
+  frmMain window(options);
   if (demo) {
     demoUnit = std::make_unique<DemoUnit>();
     QObject::connect(demoUnit.get(), &DemoUnit::ready, &window, [&window](const QString& address) {

@@ -104,7 +104,8 @@ void AcquisitionCycle::SetStopped(bool stopped) {
   Changed();
 }
 
-void AcquisitionCycle::Start() {
+void AcquisitionCycle::Start(bool noPolling) {
+  startNoPolling_ = noPolling;
   Changed();
   timerConnection_.start();
 }
@@ -132,7 +133,9 @@ void AcquisitionCycle::Connect(bool showStatus, bool noPolling, uint64_t tick, T
   connecting_ = true;
   display_.BusyPointer = true;
   Changed();
+  const uint64_t attempt = connectGeneration_;
   OnLink<bool>([](LinkSide& link) { return link.EnsureClient(); }, [=, this](bool internet) {
+    if (Superseded(attempt)) return;  // another unit was chosen meanwhile: its own attempt reports
     if (!internet) {
       display_.StatusPicture = kImageRed;
       notices_.Ask(kNoNetworkText, "Cannot Connect", MessageButtons::Ok, MessageIcon::Critical);
@@ -161,6 +164,7 @@ void AcquisitionCycle::Connect(bool showStatus, bool noPolling, uint64_t tick, T
           return std::make_pair(connected, !connected && abortConnect_.load());
         },
         [=, this](std::pair<bool, bool> result) {
+          if (Superseded(attempt)) return;
           FinishConnect(result.first, result.second, *modem, showStatus, noPolling, tick, then);
         });
   });
@@ -201,6 +205,37 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
   if (then) then(connected);
 }
 
+void AcquisitionCycle::ChooseUnit() {
+  ++tickGeneration_;     // the tick under way belongs to the unit left behind
+  ++connectGeneration_;  // and so does a connection attempt under way
+  if (connecting_) abortConnect_ = true;
+  runningTick_ = 0;
+  singleStep_ = false;
+  display_.ConnectingProgress = false;
+  timerPoll_.stop();
+  ReleaseClient();
+  connected_ = false;  // so that a unit that cannot be reached is told
+  state_.LostShown = false;
+  Connect(true, false, 0, {});
+}
+
+void AcquisitionCycle::DropUnit() {
+  ++tickGeneration_;
+  ++connectGeneration_;
+  if (connecting_) abortConnect_ = true;
+  runningTick_ = 0;
+  singleStep_ = false;
+  connecting_ = false;
+  display_.BusyPointer = false;
+  display_.ConnectingProgress = false;
+  ReleaseClient();
+  connected_ = false;
+  state_.LostShown = false;
+  SetNotPolling();
+  display_.StatusPicture = kImageNone;
+  Changed();
+}
+
 void AcquisitionCycle::AbortConnection() {
   if (connecting_) abortConnect_ = true;
 }
@@ -225,7 +260,14 @@ void AcquisitionCycle::FetchStep(std::function<void(bool)> then) {
     return;
   }
   state_.FetchBusy = true;
-  OnLink<FetchOutcome>([](LinkSide& link) { return link.Fetch(); }, [this, then](FetchOutcome outcome) {
+  const uint64_t attempt = connectGeneration_;
+  OnLink<FetchOutcome>([](LinkSide& link) { return link.Fetch(); }, [this, then, attempt](FetchOutcome outcome) {
+    if (Superseded(attempt)) {
+      // Read from the unit left behind: neither shown nor taken for a lost connection.
+      state_.FetchBusy = false;
+      then(false);
+      return;
+    }
     if (!outcome.opened) {
       FetchNotOpened(then);
       return;
@@ -327,7 +369,7 @@ void AcquisitionCycle::EndTick(uint64_t tick) {
 void AcquisitionCycle::timerConnection_Timer() {
   timerConnection_.stop();
   display_.ConnectingProgress = true;
-  Connect(true, false, 0, [this](bool) {
+  Connect(true, startNoPolling_, 0, [this](bool) {
     display_.ConnectingProgress = false;
     Changed();
   });

@@ -74,8 +74,15 @@ class AcquisitionCycle : public QObject {
                    FtpLimits limits = {}, QObject* parent = nullptr);
   ~AcquisitionCycle() override;
 
-  // Start-up: arms timerConnection, whose single tick makes the first connection.
-  void Start();
+  // Start-up: arms timerConnection, whose single tick makes the first connection. With
+  // `noPolling` (updates were stopped when the viewer last closed) it connects only.
+  void Start(bool noPolling = false);
+  // Another unit has been chosen: the tick and any connection under way are dropped, the
+  // client released, and the new unit connected with polling. Its failure is told as a
+  // first connection's is.
+  void ChooseUnit();
+  // The current unit has gone from the directory: updates stop and the client goes.
+  void DropUnit();
 
   // Commands of the "StopGo" and "SingleStep" buttons and their menu entries.
   void StopGo_Click();
@@ -113,6 +120,8 @@ class AcquisitionCycle : public QObject {
 
  private:
   using Then = std::function<void(bool connected)>;
+  // A connection attempt is superseded when another unit is chosen while it runs.
+  bool Superseded(uint64_t attempt) const { return attempt != connectGeneration_; }
   void Connect(bool showStatus, bool noPolling, uint64_t tick, Then then);
   void FinishConnect(bool connected, bool aborted, const ModemInfo& modem, bool showStatus, bool noPolling,
                      uint64_t tick, Then then);
@@ -146,6 +155,8 @@ class AcquisitionCycle : public QObject {
   bool hold_ = false;
   uint64_t runningTick_ = 0;     // generation of the tick under way, 0 when none
   bool connecting_ = false;
+  bool startNoPolling_ = false;
+  uint64_t connectGeneration_ = 0;  // a new unit makes the attempts under way superseded
   uint64_t tickGeneration_ = 0;  // a stop or a new tick makes the running tick's steps stale
 
   class ForwardingNotices;

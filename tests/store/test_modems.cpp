@@ -189,7 +189,7 @@ class ModemsTest : public QObject {
     Modems modems;
     for (int n = 1; n <= minutes.size(); ++n) {
       const int m = minutes[n - 1];
-      modems.Add(0, n, m < 0 ? OldestTime() : kBase.addSecs(60 * m), false, "1.1.1.1", "U" + std::to_string(n));
+      modems.Add(0, n, m < 0 ? OldestTime() : kBase.addSecs(60 * m), false, "1.1.1.1", QString("U%1").arg(n).toStdString());
     }
     modems.SetRecent();
     QList<int> got;

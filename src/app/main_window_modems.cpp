@@ -1,0 +1,163 @@
+// The main window and the modem directory: loading it, the current unit and the title,
+// the recent list of the Communications menu, the dialogs that add, edit, remove and
+// choose units, and the time of each unit's last successful connection.
+#include <QAction>
+#include <QDateTime>
+
+#include "app/command_table.h"
+#include "app/main_window.h"
+#include "store/modem_properties_dialog.h"
+#include "store/modem_select_dialog.h"
+#include "store/settings_store.h"
+
+namespace tavrix {
+
+namespace {
+
+bool SameName(const std::string& a, const std::string& b) {
+  return QString::fromStdString(a).compare(QString::fromStdString(b), Qt::CaseInsensitive) == 0;
+}
+
+// A unit's name as a menu caption: an "&" shows as itself, not as a mnemonic.
+QString MenuCaption(const std::string& name) { return QString::fromStdString(name).replace("&", "&&"); }
+
+}  // namespace
+
+std::optional<ModemInfo> frmMain::CurrentModem() const {
+  if (outsideModem_) return outsideModem_;
+  const Modem* modem = currentModemName_.empty() ? nullptr : modems_.Item(currentModemName_);
+  if (modem == nullptr) return std::nullopt;
+  return ModemInfo{modem->Name, modem->IP_Address};
+}
+
+void frmMain::LoadDirectory() {
+  StoredDirectory stored = LoadModems(*store_);
+  modems_ = std::move(stored.Entries);
+  lastModem_ = stored.LastModem;
+  // A LastModem that names no entry leaves no unit current.
+  if (const Modem* last = lastModem_.empty() ? nullptr : modems_.Item(lastModem_)) currentModemName_ = last->Name;
+  FillRecentMenu();
+}
+
+void frmMain::SaveDirectory() {
+  SaveModems(*store_, modems_, lastModem_);
+}
+
+void frmMain::UpdateModems() {
+  modems_.SetRecent();
+  FillRecentMenu();
+}
+
+void frmMain::FillRecentMenu() {
+  // The recent array runs from the oldest of the ten to the newest; the menu shows the
+  // newest at the top.
+  int places = 0;
+  while (places < kRecentModems && modems_.GetRecent(places + 1) != 0) ++places;
+  for (int i = 0; i < kRecentModems; ++i) {
+    QAction* item = MenuEntry(QString("mnuCommSel%1").arg(i));
+    const Modem* modem = i < places ? modems_.WithIndex(modems_.GetRecent(places - i)) : nullptr;
+    item->setCheckable(modem != nullptr);
+    if (modem != nullptr) {
+      item->setText(MenuCaption(modem->Name));
+      item->setData(QString::fromStdString(modem->Name));
+      item->setChecked(!outsideModem_ && SameName(modem->Name, currentModemName_));
+    } else {
+      item->setText(i == 0 ? kNoRecentModem : "");
+      item->setData(QVariant());
+    }
+    item->setEnabled(modem != nullptr);
+    item->setVisible(modem != nullptr || (i == 0 && places == 0));
+  }
+}
+
+void frmMain::mnuCommSel_Click(int index) {
+  const QAction* item = MenuEntry(QString("mnuCommSel%1").arg(index));
+  if (item == nullptr || !item->data().isValid()) return;
+  ChooseModem(item->data().toString().toStdString());
+}
+
+void frmMain::ChooseModem(const std::string& name) {
+  const Modem* modem = modems_.Item(name);
+  if (modem == nullptr) return;
+  outsideModem_.reset();
+  currentModemName_ = modem->Name;
+  lastModem_ = modem->Name;
+  UpdateModems();
+  SaveDirectory();
+  ChooseDirectoryUnit();
+}
+
+void frmMain::ChooseDirectoryUnit() {
+  SetTitle();
+  cycle_->CurrentModemChanged();
+  cycle_->ChooseUnit();
+  ShowAcquisitionDisplay();
+}
+
+void frmMain::mnuCommAdd_Click() {
+  const StoreOutcome outcome = options_.EditModem ? options_.EditModem(modems_, kNewModemMarker) : [this] {
+    frmModem dialog(modems_, kNewModemMarker, false, *notices_, this);
+    dialog.exec();
+    return dialog.Outcome();
+  }();
+  if (!outcome.Stored) return;
+  UpdateModems();
+  SaveDirectory();
+  SetTitle();
+  // A unit added while none is current becomes current and is connected.
+  if (!CurrentModem()) ChooseModem(outcome.StoredName);
+}
+
+void frmMain::mnuCommManage_Click() {
+  ModemSelectHooks hooks;
+  hooks.IsConnected = [this](const std::string& name) {
+    return !outsideModem_ && SameName(name, currentModemName_) && cycle_->Connected();
+  };
+  if (options_.EditModem) hooks.EditProperties = [this](const std::string& name) { return options_.EditModem(modems_, name); };
+  frmModemSelect dialog(modems_, *notices_, hooks, this);
+  connect(&dialog, &frmModemSelect::modemRenamed, this, [this](const QString& from, const QString& to) {
+    OnModemRenamed(from.toStdString(), to.toStdString());
+  });
+  connect(&dialog, &frmModemSelect::modemRemoved, this,
+          [this](const QString& name) { OnModemRemoved(name.toStdString()); });
+  connect(&dialog, &frmModemSelect::directoryChanged, this, [this] {
+    UpdateModems();
+    SaveDirectory();
+    SetTitle();
+  });
+  if (dialog.exec() == QDialog::Accepted && dialog.Chosen()) ChooseModem(*dialog.Chosen());
+}
+
+void frmMain::OnModemRenamed(const std::string& oldName, const std::string& newName) {
+  // The current unit, LastModem and the title follow a rename.
+  if (SameName(currentModemName_, oldName)) currentModemName_ = newName;
+  if (SameName(lastModem_, oldName)) lastModem_ = newName;
+  SetTitle();
+}
+
+void frmMain::OnModemRemoved(const std::string& name) {
+  if (SameName(lastModem_, name)) lastModem_.clear();
+  if (outsideModem_ || !SameName(currentModemName_, name)) return;
+  // The unit being watched has gone: updates stop and no unit is current.
+  currentModemName_.clear();
+  SetTitle();
+  cycle_->DropUnit();
+  ShowAcquisitionDisplay();
+}
+
+void frmMain::OnConnectFinished(bool connected) {
+  if (!connected || outsideModem_) return;
+  Modem* modem = currentModemName_.empty() ? nullptr : modems_.Item(currentModemName_);
+  if (modem == nullptr) return;
+  modem->LastComm = QDateTime::currentDateTime();
+  modem->IsThere = true;
+  std::array<int32_t, kRecentModems> before{};
+  for (int i = 0; i < kRecentModems; ++i) before[static_cast<size_t>(i)] = modems_.GetRecent(i + 1);
+  modems_.SetRecent();
+  bool reordered = false;
+  for (int i = 0; i < kRecentModems; ++i) reordered |= before[static_cast<size_t>(i)] != modems_.GetRecent(i + 1);
+  if (reordered) FillRecentMenu();
+  SaveDirectory();
+}
+
+}  // namespace tavrix

@@ -1,0 +1,149 @@
+// The main window and its settings: everything read at start in a fixed order (window
+// geometry, both palettes, the configuration keys, the modem directory), and written
+// back in the same order when the window closes.
+#include <QAction>
+#include <QCloseEvent>
+#include <QDir>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <algorithm>
+#include <cmath>
+
+#include "app/entry_box.h"
+#include "app/main_window.h"
+#include "common/picture_format.h"
+#include "store/settings_store.h"
+#include "view/window_layout.h"
+
+namespace tavrix {
+
+namespace {
+
+constexpr double kTwipsPerInch = 1440.0;
+// Stored geometry beyond any screen is pulled in to this many pixels before it is used.
+constexpr double kFarPixels = 1e6;
+// A window shows at least this much of itself on some screen, or it is brought back.
+constexpr int kVisibleMargin = 48;
+
+int PixelsOf(double twips, double dpi) {
+  return static_cast<int>(std::lround(std::clamp(twips * dpi / kTwipsPerInch, -kFarPixels, kFarPixels)));
+}
+
+bool OnSomeScreen(const QRect& window) {
+  for (const QScreen* screen : QGuiApplication::screens()) {
+    const QRect shared = screen->availableGeometry().intersected(window);
+    if (shared.width() >= kVisibleMargin && shared.height() >= kVisibleMargin) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+void frmMain::LoadSettings() {
+  const ViewerSettings settings = LoadViewerSettings(*store_, QDir::homePath().toStdString());
+  ApplySettings(settings);
+  LoadDirectory();
+  SetTitle();
+  // The first tick of timerConnection connects to the unit used last; updates start only
+  // when they were running at the last close. With no usable unit nothing is armed.
+  if (CurrentModem() && options_.ConnectAtStart) cycle_->Start(settings.StopUpdates);
+  if (!store_->SetAsideFile().isEmpty()) {
+    Notice("The settings file could not be read whole; it was kept as " + store_->SetAsideFile().toStdString() +
+           " and every readable setting restored.");
+  }
+}
+
+void frmMain::ApplySettings(const ViewerSettings& s) {
+  ApplyGeometry(s.Window);
+  palettes_ = s.Palettes;
+  mnuOptionsPalette_Click(s.CurrentPalette);
+  lastPath_ = QString::fromStdString(s.LastPath);
+  MenuEntry("mnuOptionsSnap")->setChecked(s.SnapToPoint);
+  MenuEntry("mnuOptionsWindow")->setChecked(s.WindowSpectrum);
+  MenuEntry("mnuOptionsPanel")->setChecked(s.SelectionPanelOn);
+  cursorDisplay_ = s.CursorDisplay;
+  MenuEntry("mnuViewCursors")->setChecked(cursorDisplay_);
+  Button("CursorDelta")->setChecked(cursorDisplay_);
+  cursors_ = s.Cursors;
+  EnableZoomCursors();
+  // The move mode's switch runs once, so that captions and tool tips match it.
+  comboPeakPoint_Click(s.PointMoves == 0 ? 0 : 1);
+  navigation_.Threshold = s.PeakThreshold;
+  txtThreshold_->setText(QString::fromStdString(FormatPicture(navigation_.Threshold, "###0.000dB")));
+  const std::array<bool, kTraceCount> shown = {s.CurrentTrace, s.LastTrace, s.VideoAverage, s.PeakHold};
+  for (const TraceSwitch& sw : kTraceSwitches) {
+    const bool on = shown[static_cast<size_t>(sw.Trace)];
+    live_.State.Traces.TraceVisible[static_cast<size_t>(sw.Trace)] = on;
+    Button(sw.ButtonKey)->setChecked(on);
+  }
+  KeepActiveTraceVisible();
+}
+
+void frmMain::ApplyGeometry(const StoredGeometry& stored) {
+  const double dpiX = logicalDpiX() > 0 ? logicalDpiX() : 96.0, dpiY = logicalDpiY() > 0 ? logicalDpiY() : 96.0;
+  QRect wanted(PixelsOf(stored.Left, dpiX), PixelsOf(stored.Top, dpiY), PixelsOf(stored.Width, dpiX),
+               PixelsOf(stored.Height, dpiY));
+  const QSize minimum = MinimumPixels();
+  // A stored size below the minimum is told and corrected as any resize would be.
+  if (const auto correction = CheckWindowSize(wanted.width(), wanted.height(), minimum.width(), minimum.height())) {
+    notices_->Ask(correction->Text, correction->Title, MessageButtons::Ok, MessageIcon::Critical);
+    wanted.setSize(QSize(correction->Width, correction->Height));
+  }
+  // No larger than the primary screen leaves room for, and on some screen.
+  if (const QScreen* primary = QGuiApplication::primaryScreen()) {
+    const QRect room = primary->availableGeometry();
+    wanted.setSize(wanted.size().boundedTo(room.size()).expandedTo(minimum));
+    if (!OnSomeScreen(wanted)) wanted.moveTopLeft(room.topLeft());
+  }
+  setGeometry(wanted);
+  if (stored.State == kWindowMaximized) setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+StoredGeometry frmMain::CurrentGeometry() const {
+  const double dpiX = logicalDpiX() > 0 ? logicalDpiX() : 96.0, dpiY = logicalDpiY() > 0 ? logicalDpiY() : 96.0;
+  // The normal place and size, also while maximised or minimised; never stored minimised.
+  const bool normal = !(isMaximized() || isMinimized() || isFullScreen());
+  const QRect r = normal ? geometry() : normalGeometry();
+  StoredGeometry g;
+  g.State = isMaximized() ? kWindowMaximized : kWindowNormal;
+  g.Left = r.x() * kTwipsPerInch / dpiX;
+  g.Top = r.y() * kTwipsPerInch / dpiY;
+  g.Width = r.width() * kTwipsPerInch / dpiX;
+  g.Height = r.height() * kTwipsPerInch / dpiY;
+  return g;
+}
+
+ViewerSettings frmMain::CurrentSettings() const {
+  ViewerSettings s;
+  s.Window = CurrentGeometry();
+  s.Palettes = palettes_;
+  s.CurrentPalette = activePalette_;
+  s.LastPath = lastPath_.toStdString();
+  s.SnapToPoint = MenuEntry("mnuOptionsSnap")->isChecked();
+  s.WindowSpectrum = MenuEntry("mnuOptionsWindow")->isChecked();
+  s.StopUpdates = cycle_->Stopped();
+  s.SelectionPanelOn = MenuEntry("mnuOptionsPanel")->isChecked();
+  s.CursorDisplay = cursorDisplay_;
+  s.Cursors = cursors_;
+  s.PointMoves = navigation_.MoveByPeaks ? 1 : 0;
+  s.PeakThreshold = navigation_.Threshold;
+  const auto& shown = live_.State.Traces.TraceVisible;
+  s.CurrentTrace = shown[kCurrentTrace];
+  s.LastTrace = shown[kPreviousTrace];
+  s.VideoAverage = shown[kVideoAverageTrace];
+  s.PeakHold = shown[kPeakHoldTrace];
+  return s;
+}
+
+void frmMain::UnloadSettings() {
+  SaveViewerSettings(*store_, CurrentSettings());
+  SaveDirectory();
+}
+
+void frmMain::closeEvent(QCloseEvent* event) {
+  UnloadSettings();
+  QMainWindow::closeEvent(event);
+}
+
+}  // namespace tavrix

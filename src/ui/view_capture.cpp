@@ -1,0 +1,136 @@
+#include "ui/view_capture.h"
+
+#include <QBuffer>
+#include <QFileInfo>
+#include <QFontMetricsF>
+#include <QPainter>
+#include <QSaveFile>
+#include <QSvgGenerator>
+
+#include "view/plot_renderer.h"
+#include "view/window_layout.h"
+
+namespace tavrix {
+
+namespace {
+
+// Commits a complete file, or leaves the old one untouched and says why.
+bool Commit(QSaveFile& file, QString* error) {
+  if (file.commit()) return true;
+  if (error != nullptr) *error = QString("The view could not be saved to %1: %2").arg(file.fileName(), file.errorString());
+  return false;
+}
+
+bool Open(QSaveFile& file, QString* error) {
+  if (file.open(QIODevice::WriteOnly)) return true;
+  if (error != nullptr) *error = QString("The view could not be saved to %1: %2").arg(file.fileName(), file.errorString());
+  return false;
+}
+
+}  // namespace
+
+ViewFileKind ViewFileKindOf(const QString& fileName) {
+  return QFileInfo(fileName).suffix().compare("svg", Qt::CaseInsensitive) == 0 ? ViewFileKind::Svg : ViewFileKind::Png;
+}
+
+bool SaveViewFile(const PlotScene& scene, const QSize& size, qreal devicePixelRatio, const QString& fileName,
+                  QString* error) {
+  QSaveFile file(fileName);
+  if (!Open(file, error)) return false;
+  if (ViewFileKindOf(fileName) == ViewFileKind::Png) {
+    const QImage image = RenderPlot(scene, size, devicePixelRatio);
+    if (!image.save(&file, "PNG")) {
+      file.cancelWriting();
+      if (error != nullptr) *error = QString("The view could not be saved to %1: the picture could not be written.").arg(fileName);
+      return false;
+    }
+    return Commit(file, error);
+  }
+  QSvgGenerator svg;
+  svg.setOutputDevice(&file);
+  svg.setSize(size);
+  svg.setViewBox(QRect(QPoint(0, 0), size));
+  svg.setTitle(kProgramTitle);
+  svg.setDescription("Spectrum view");
+  QPainter painter;
+  if (!painter.begin(&svg)) {
+    file.cancelWriting();
+    if (error != nullptr) *error = QString("The view could not be saved to %1: the drawing could not be started.").arg(fileName);
+    return false;
+  }
+  UpdateView(painter, QSizeF(size), scene);
+  painter.end();
+  return Commit(file, error);
+}
+
+void DrawPrintedPage(QPainter& painter, const QRectF& page, const PlotScene& scene, const PageFacts& facts) {
+  painter.save();
+  const QColor ink = ToColor(scene.Colors[kLegendColor]);
+  QFont title = painter.font();
+  title.setPointSizeF(15);
+  title.setBold(true);
+  QFont body = painter.font();
+  body.setPointSizeF(9.5);
+  QFont small = body;
+  small.setPointSizeF(8);
+
+  // Title block: the program on the left, the time on the right, the unit below.
+  painter.setPen(ink);
+  painter.setFont(title);
+  const QFontMetricsF titleMetrics(title, painter.device());
+  double y = page.top() + titleMetrics.ascent();
+  painter.drawText(QPointF(page.left(), y), kProgramTitle);
+  painter.setFont(body);
+  const QFontMetricsF bodyMetrics(body, painter.device());
+  painter.drawText(QPointF(page.right() - bodyMetrics.horizontalAdvance(facts.TakenAt), y), facts.TakenAt);
+  y += titleMetrics.descent() + bodyMetrics.height() * 0.3;
+  if (!facts.UnitLine.isEmpty()) {
+    y += bodyMetrics.ascent();
+    painter.drawText(QPointF(page.left(), y), facts.UnitLine);
+    y += bodyMetrics.descent();
+  }
+  y += bodyMetrics.height() * 0.4;
+  QPen rule(ink, 1.5);
+  painter.setPen(rule);
+  painter.drawLine(QPointF(page.left(), y), QPointF(page.right(), y));
+  y += bodyMetrics.height() * 0.6;
+
+  // The tables under the plot: settings on the left, readings on the right.
+  const qsizetype rows = std::max(facts.Settings.size(), facts.Readings.size());
+  const QFontMetricsF smallMetrics(small, painter.device());
+  const double footerHeight = smallMetrics.height() * 2;
+  const double tableHeight = static_cast<double>(rows) * bodyMetrics.lineSpacing() + bodyMetrics.height();
+  const double plotHeight = std::max(page.bottom() - footerHeight - tableHeight - y, page.height() * 0.3);
+
+  // The plot itself, framed, at the page's own resolution.
+  const QRectF plot(page.left(), y, page.width(), plotHeight);
+  painter.save();
+  painter.translate(plot.topLeft());
+  painter.setClipRect(QRectF(QPointF(0, 0), plot.size()));
+  UpdateView(painter, plot.size(), scene);
+  painter.restore();
+  painter.setPen(QPen(ToColor(scene.Colors[kGridLinesColor]), 1));
+  painter.setBrush(Qt::NoBrush);
+  painter.drawRect(plot);
+  y = plot.bottom() + bodyMetrics.height();
+
+  painter.setFont(body);
+  painter.setPen(ink);
+  const double column = page.width() / 2;
+  for (qsizetype i = 0; i < rows; ++i) {
+    const double baseline = y + bodyMetrics.ascent() + static_cast<double>(i) * bodyMetrics.lineSpacing();
+    if (i < facts.Settings.size()) painter.drawText(QPointF(page.left(), baseline), facts.Settings[i]);
+    if (i < facts.Readings.size()) painter.drawText(QPointF(page.left() + column, baseline), facts.Readings[i]);
+  }
+
+  // The footer: a thin rule and the program's name and version.
+  painter.setFont(small);
+  const double footer = page.bottom() - smallMetrics.descent();
+  painter.setPen(QPen(ToColor(scene.Colors[kGridLinesColor]), 1));
+  painter.drawLine(QPointF(page.left(), footer - smallMetrics.height()), QPointF(page.right(), footer - smallMetrics.height()));
+  painter.setPen(ink);
+  painter.drawText(QPointF(page.left(), footer), facts.Footer);
+  painter.restore();
+}
+
+}  // namespace tavrix

@@ -1,0 +1,267 @@
+// The real window and what it keeps: a first start on an empty settings folder, every
+// setting back after a restart, a damaged settings file, the palettes on the plot, the
+// view on the clipboard, in files and on paper, and units added and chosen against the
+// simulated unit with the title, the recent menu and the acquisition following.
+#include <QAction>
+#include <QClipboard>
+#include <QFile>
+#include <QMimeData>
+#include <QPrinter>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+#include "app/entry_box.h"
+#include "app/main_window.h"
+#include "app/plot_widget.h"
+#include "app/version.h"
+#include "link/recording_notices.h"
+#include "link/simulator_process.h"
+#include "store/settings_store.h"
+#include "test_support.h"
+
+using namespace tavrix;
+using namespace tavrix::testing;
+
+namespace {
+
+constexpr int kWaitMs = 15000;
+
+struct Viewer {
+  explicit Viewer(const QString& settingsFile) {
+    options.SettingsFile = settingsFile;
+    options.Timing.pollMs = 600000;
+    options.Timing.connectionMs = 0;
+    options.Timing.requestWaitMs = 20;
+    options.Limits.connectTimeoutMs = 2000;
+    options.Limits.releasePauseMs = 0;
+    options.Answerer = [this](const Question& q) {
+      questions.push_back(q);
+      return MessageAnswer::Ok;
+    };
+    options.ChooseColor = [this](const QString& title, const QColor&) {
+      titles << title;
+      return color;
+    };
+    options.ChooseSaveFile = [this](const SaveDialogSetup&) { return chosen; };
+    options.EditModem = [this](Modems& modems, const std::string& edited) {
+      RecordingNotices notices;
+      return StoreModem(modems, edited, name, address, QDateTime::currentDateTime(), notices);
+    };
+    w = std::make_unique<frmMain>(options);
+  }
+  bool WaitConnected() {
+    QSignalSpy done(&w->Cycle(), &AcquisitionCycle::connectFinished);
+    return done.wait(kWaitMs) && done.last().first().toBool();
+  }
+  bool AskedTitled(const std::string& title) const {
+    return std::any_of(questions.begin(), questions.end(), [&](const Question& q) { return q.Title == title; });
+  }
+  MainWindowOptions options;
+  std::vector<Question> questions;
+  QStringList titles;
+  std::optional<QColor> color;
+  std::optional<QString> chosen;
+  std::string name, address;
+  std::unique_ptr<frmMain> w;
+};
+
+bool SameSettings(const ViewerSettings& a, const ViewerSettings& b) {
+  const auto cursors = [](const ViewerSettings& s) {
+    return std::array<float, 4>{s.Cursors[0].X, s.Cursors[0].Y, s.Cursors[1].X, s.Cursors[1].Y};
+  };
+  return a.Window.State == b.Window.State && a.Window.Left == b.Window.Left && a.Window.Top == b.Window.Top &&
+         a.Window.Width == b.Window.Width && a.Window.Height == b.Window.Height && a.Palettes == b.Palettes &&
+         a.CurrentPalette == b.CurrentPalette && a.LastPath == b.LastPath && a.SnapToPoint == b.SnapToPoint &&
+         a.WindowSpectrum == b.WindowSpectrum && a.StopUpdates == b.StopUpdates &&
+         a.SelectionPanelOn == b.SelectionPanelOn && a.CursorDisplay == b.CursorDisplay && cursors(a) == cursors(b) &&
+         a.PointMoves == b.PointMoves && a.PeakThreshold == b.PeakThreshold && a.CurrentTrace == b.CurrentTrace &&
+         a.PeakHold == b.PeakHold && a.VideoAverage == b.VideoAverage && a.LastTrace == b.LastTrace;
+}
+
+}  // namespace
+
+class SettingsWindowTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void firstStartTakesEveryDefault() {
+    QTemporaryDir folder;
+    Viewer v(folder.filePath("settings.conf"));
+    const ViewerSettings defaults = LoadViewerSettings(v.w->Store(), QDir::homePath().toStdString());
+    ViewerSettings now = v.w->CurrentSettings();
+    QCOMPARE(v.w->size(), v.w->MinimumPixels());
+    now.Window = defaults.Window;  // twips of whole pixels: compared as a size above
+    QVERIFY(SameSettings(now, defaults));
+    QCOMPARE(v.w->windowTitle(), QString("Tavrix Spectrum Analyzer - Version ") + kVersion);
+    QAction* recent = v.w->MenuEntry("mnuCommSel0");
+    QVERIFY(recent->isVisible() && !recent->isEnabled());
+    QCOMPARE(recent->text(), QString("<No Recent Modem Monitored>"));
+    QVERIFY(v.w->Cycle().Stopped() && !v.w->Cycle().Connecting());
+  }
+
+  void everySettingComesBackAfterARestart() {
+    QTemporaryDir folder;
+    const QString file = folder.filePath("settings.conf");
+    ViewerSettings before;
+    {
+      Viewer v(file);
+      frmMain& w = *v.w;
+      w.show();
+      QVERIFY(QTest::qWaitForWindowExposed(&w));
+      // Within the off-screen platform's 800x600 screen, which bounds a restored size.
+      w.setGeometry(QRect(QPoint(3, 17), w.MinimumPixels() + QSize(5, 77)));
+      v.color = QColor(12, 34, 56);
+      w.PickColor(1, kPeakHoldColor);
+      w.PickColor(0, kBackgroundColor);
+      w.mnuOptionsPalette_Click(1);
+      for (const char* option : {"mnuOptionsSnap", "mnuOptionsWindow", "mnuOptionsPanel"}) w.MenuEntry(option)->trigger();
+      for (const char* trace : {"CurrentTrace", "PeakHold", "LastTrace"}) w.tbMain_ButtonClick(trace);
+      w.ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
+      w.mnuViewCursor_Click(0);
+      w.SelectPress(w.Live().View.CenterX(), -12.5f);
+      w.comboPeakPoint_Click(0);
+      w.Entry("txtThreshold")->setText("-42.5");
+      QTest::keyClick(w.Entry("txtThreshold"), Qt::Key_Return);
+      before = w.CurrentSettings();
+      QCOMPARE(before.Palettes[1][kPeakHoldColor], MakeColorRef(12, 34, 56));
+      QVERIFY(before.Cursors[0].Placed() && before.CursorDisplay && before.PeakThreshold == -42.5f);
+      QVERIFY(!before.CurrentTrace && before.PeakHold && before.LastTrace && before.PointMoves == 0);
+      w.close();
+    }
+    Viewer again(file);
+    QVERIFY(SameSettings(again.w->CurrentSettings(), before));
+    QCOMPARE(again.w->MenuEntry("mnuOptionsPalette1")->isChecked(), true);
+    QCOMPARE(again.w->Button("PeakHold")->isChecked(), true);
+    QCOMPARE(again.w->Entry("txtThreshold")->text(), QString("-42.500dB"));
+  }
+
+  void aDamagedFileKeepsWhatCanBeRead() {
+    QTemporaryDir folder;
+    const QString file = folder.filePath("settings.conf");
+    QFile damaged(file);
+    QVERIFY(damaged.open(QIODevice::WriteOnly));
+    damaged.write("[WindowState]\nWindowWidth=wide\nWindowHeight=1e30\nWindowLeft=-9e29\n"
+                  "[Configuration]\nPeakThreshold=-30\nCurrentPalette=7\nPeakHold=maybe\nVideoAverage=True\n"
+                  "[Configuration/ColorPalette0]\nBackGroundColor=16777216\nSpectrumColor=255\n"
+                  "[Tavrix%20Modems]\nModemCount=many\n");
+    damaged.write(QByteArray("\x00\xff\xfe garbage \x01\x02\n", 16));
+    damaged.close();
+    Viewer v(file);
+    const ViewerSettings s = v.w->CurrentSettings();
+    QCOMPARE(s.PeakThreshold, -30.0f);
+    QVERIFY(s.VideoAverage && !s.PeakHold && s.CurrentPalette == 0);
+    QCOMPARE(s.Palettes[0][kBackgroundColor], kDefaultPalettes[0][kBackgroundColor]);
+    QCOMPARE(s.Palettes[0][kSpectrumColor], ColorRef{255});
+    QVERIFY(v.w->width() >= v.w->MinimumPixels().width() && v.w->Directory().Count() == 0);
+    // Huge and far-off geometry ends on the screen, no larger than it.
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    QVERIFY(screen.intersects(v.w->geometry()) && v.w->height() <= screen.height());
+    v.w->close();
+    QVERIFY(SameSettings(LoadViewerSettings(SettingsStore(file), QDir::homePath().toStdString()), s));
+  }
+
+  void palettesRedrawOnlyWhatIsShown() {
+    QTemporaryDir folder;
+    Viewer v(folder.filePath("settings.conf"));
+    frmMain& w = *v.w;
+    w.ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
+    const QImage shown = w.Plot()->Frame();
+    v.color = QColor(200, 0, 0);
+    w.PickColor(1, kBackgroundColor);  // the printing palette is not on the screen
+    QCOMPARE(w.Plot()->Frame(), shown);
+    v.color.reset();  // cancelled
+    w.PickColor(0, kBackgroundColor);
+    QCOMPARE(w.Palettes()[0][kBackgroundColor], kDefaultPalettes[0][kBackgroundColor]);
+    v.color = QColor(0, 0, 90);
+    w.PickColor(0, kBackgroundColor);
+    QCOMPARE(w.Plot()->Frame().pixelColor(2, 2), QColor(0, 0, 90));
+    QCOMPARE(v.titles, QStringList({"Select Analyzer Background Color", "Select Analyzer Background Color",
+                                    "Select Analyzer Background Color"}));
+    v.color = QColor(1, 2, 3);
+    w.PickColor(0, kThresholdColor);
+    QCOMPARE(v.titles.last(), QString("Select Minumum Peak Threshold Color"));
+
+    QApplication::clipboard()->setText("held before");
+    w.mnuViewCopy_Click();
+    const QMimeData* held = QApplication::clipboard()->mimeData();
+    QVERIFY(held->hasImage() && !held->hasText());
+    QCOMPARE(qvariant_cast<QImage>(held->imageData()).size(), w.Plot()->Frame().size());
+  }
+
+  void theViewGoesToFilesAndPaper() {
+    QTemporaryDir folder;
+    Viewer v(folder.filePath("settings.conf"));
+    frmMain& w = *v.w;
+    w.resize(1000, 640);
+    w.ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
+    for (const char* name : {"view.png", "view.svg"}) {
+      v.chosen = folder.filePath(name);
+      w.mnuFileSaveView_Click();
+      QFile saved(*v.chosen);
+      QVERIFY(saved.open(QIODevice::ReadOnly));
+      const QByteArray head = saved.read(200);
+      QVERIFY(QString(name).endsWith("png") ? head.startsWith("\x89PNG") : head.contains("<svg"));
+    }
+    // The printing palette: a white page around the traces.
+    QImage png(folder.filePath("view.png"));
+    QCOMPARE(png.pixelColor(1, 1), QColor(Qt::white));
+    // A folder that is not there: one message, nothing written.
+    v.chosen = folder.filePath("missing/view.png");
+    w.mnuFileSaveView_Click();
+    QCOMPARE(v.questions.size(), size_t{1});
+    QVERIFY(!QFile::exists(*v.chosen));
+
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(folder.filePath("page.pdf"));
+    w.PrintView(printer);
+    QFile pdf(folder.filePath("page.pdf"));
+    QVERIFY(pdf.open(QIODevice::ReadOnly) && pdf.read(5) == "%PDF-" && pdf.size() > 2000);
+  }
+
+  void unitsAddedAndChosenAreFollowed() {
+    SimulatorProcess sim;
+    QVERIFY(sim.Started());
+    QTemporaryDir folder;
+    const QString file = folder.filePath("settings.conf");
+    {
+      Viewer v(file);
+      frmMain& w = *v.w;
+      v.name = "Rack 1";
+      v.address = sim.Address();
+      w.mnuCommAdd_Click();  // none was current: the new unit is chosen and connected
+      QVERIFY(v.WaitConnected());
+      QCOMPARE(w.windowTitle(), QString("Tavrix Spectrum Analyzer [Connected to Rack 1] - Version ") + kVersion);
+      QVERIFY(w.Directory().Item("Rack 1")->LastComm.secsTo(QDateTime::currentDateTime()) < 5);
+      v.name = "Rack 2";
+      v.address = "127.0.0.1:1";
+      w.mnuCommAdd_Click();  // another is current: this one waits in the directory
+      QCOMPARE(w.CurrentModemName(), std::string("Rack 1"));
+      w.ChooseModem("Rack 2");
+      QVERIFY(!v.WaitConnected());
+      QVERIFY(v.AskedTitled("Cannot Connect To Server"));
+      QCOMPARE(w.windowTitle(), QString("Tavrix Spectrum Analyzer [Connected to Rack 2] - Version ") + kVersion);
+      // The recent menu: the newest at the top (a new entry counts as heard from now);
+      // back to the first unit from there.
+      QCOMPARE(w.MenuEntry("mnuCommSel0")->text(), QString("Rack 2"));
+      QCOMPARE(w.MenuEntry("mnuCommSel1")->text(), QString("Rack 1"));
+      QVERIFY(!w.MenuEntry("mnuCommSel2")->isVisible());
+      w.mnuCommSel_Click(1);
+      QVERIFY(v.WaitConnected());
+      QCOMPARE(w.CurrentModemName(), std::string("Rack 1"));
+      w.close();
+    }
+    Viewer again(file);
+    QCOMPARE(again.w->Directory().Count(), 2);
+    QCOMPARE(again.w->CurrentModemName(), std::string("Rack 1"));
+    QVERIFY(again.WaitConnected());  // the unit used last, by timerConnection
+    QVERIFY(!again.w->Cycle().Stopped());  // updates were running at the close, and run again
+  }
+};
+
+std::unique_ptr<QObject> NewSettingsWindowTest() { return std::make_unique<SettingsWindowTest>(); }
+
+#include "test_settings_window.moc"
