@@ -309,7 +309,13 @@ void frmMain::keyReleaseEvent(QKeyEvent* event) {
 
 void frmMain::resizeEvent(QResizeEvent* event) {
   QMainWindow::resizeEvent(event);
+  KeepNormalPlace();
   Form_Resize(width(), height());
+}
+
+void frmMain::moveEvent(QMoveEvent* event) {
+  QMainWindow::moveEvent(event);
+  KeepNormalPlace();
 }
 
 void frmMain::showEvent(QShowEvent* event) {

@@ -1,5 +1,6 @@
 #pragma once
 #include <QMainWindow>
+#include <QRect>
 #include <QString>
 #include <QStringList>
 
@@ -172,6 +173,7 @@ class frmMain : public QMainWindow {
   void keyReleaseEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  void moveEvent(QMoveEvent* event) override;
   void showEvent(QShowEvent* event) override;
 
  private:
@@ -191,6 +193,8 @@ class frmMain : public QMainWindow {
   void ApplySettings(const ViewerSettings& settings);
   void ApplyGeometry(const StoredGeometry& stored);
   StoredGeometry CurrentGeometry() const;
+  // Remembers the place and size of the normal window, which a maximised one returns to.
+  void KeepNormalPlace();
   void ConnectOptionCommands();
   void LoadDirectory();
   void SaveDirectory();
@@ -257,6 +261,7 @@ class frmMain : public QMainWindow {
   std::string currentModemName_;          // the current unit of the directory, by name
   std::optional<ModemInfo> outsideModem_;  // a current unit kept outside the directory
   std::string lastModem_;                 // LastModem as it will be stored
+  QRect normalPlace_;                     // the normal window's frame place and size
   QString lastPath_;
   int exportKind_ = 0;  // the drop-down entry the Export button's face repeats
   bool loaded_ = false;

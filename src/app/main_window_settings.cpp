@@ -96,15 +96,23 @@ void frmMain::ApplyGeometry(const StoredGeometry& stored) {
     wanted.setSize(wanted.size().boundedTo(room.size()).expandedTo(minimum));
     if (!OnSomeScreen(wanted)) wanted.moveTopLeft(room.topLeft());
   }
-  setGeometry(wanted);
+  // The place is the frame's, as the window manager shows it; the size is the window's.
+  resize(wanted.size());
+  move(wanted.topLeft());
+  normalPlace_ = wanted;
   if (stored.State == kWindowMaximized) setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void frmMain::KeepNormalPlace() {
+  if (windowState() & (Qt::WindowMaximized | Qt::WindowMinimized | Qt::WindowFullScreen)) return;
+  normalPlace_ = QRect(pos(), size());
 }
 
 StoredGeometry frmMain::CurrentGeometry() const {
   const double dpiX = logicalDpiX() > 0 ? logicalDpiX() : 96.0, dpiY = logicalDpiY() > 0 ? logicalDpiY() : 96.0;
   // The normal place and size, also while maximised or minimised; never stored minimised.
   const bool normal = !(isMaximized() || isMinimized() || isFullScreen());
-  const QRect r = normal ? geometry() : normalGeometry();
+  const QRect r = normal ? QRect(pos(), size()) : normalPlace_;
   StoredGeometry g;
   g.State = isMaximized() ? kWindowMaximized : kWindowNormal;
   g.Left = r.x() * kTwipsPerInch / dpiX;

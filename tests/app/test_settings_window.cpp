@@ -112,7 +112,8 @@ class SettingsWindowTest : public QObject {
       w.show();
       QVERIFY(QTest::qWaitForWindowExposed(&w));
       // Within the off-screen platform's 800x600 screen, which bounds a restored size.
-      w.setGeometry(QRect(QPoint(3, 17), w.MinimumPixels() + QSize(5, 77)));
+      w.resize(w.MinimumPixels() + QSize(5, 77));
+      w.move(3, 17);
       v.color = QColor(12, 34, 56);
       w.PickColor(1, kPeakHoldColor);
       w.PickColor(0, kBackgroundColor);
