@@ -121,6 +121,7 @@ void AcquisitionCycle::StopPolling() {
 
 void AcquisitionCycle::Halt() {
   ++tickGeneration_;  // the tick under way takes no further step
+  reconnecting_ = false;
   StopPolling();
   ShowStatus("Tavrix communication has been halted!");
   timerStatus_.start();
@@ -177,6 +178,9 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
     if (showStatus) ShowStatus("Successful connection established to " + modem.Name + "...");
     display_.StatusPicture = kImageGreen;
     connected_ = true;
+    // The unit answers again: a later loss is asked about afresh.
+    state_.LostShown = false;
+    reconnecting_ = false;
     // A poll that was stopped while this connection was under way leaves polling off.
     if (!noPolling && !Stale(tick)) {
       timerPoll_.start();
@@ -190,6 +194,11 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
     abortConnect_ = false;
     ReleaseClient();
     Halt();
+  } else if (reachedUnit && reconnecting_) {
+    // The operator asked for the unit back: the poll goes on trying, the lamp yellow.
+    display_.StatusPicture = kImageYellow;
+    ShowStatus("");
+    ReleaseClient();
   } else if (reachedUnit) {
     display_.StatusPicture = kImageRed;
     ShowStatus("");
@@ -216,6 +225,7 @@ void AcquisitionCycle::ChooseUnit() {
   ReleaseClient();
   connected_ = false;  // so that a unit that cannot be reached is told
   state_.LostShown = false;
+  reconnecting_ = false;
   Connect(true, false, 0, {});
 }
 
@@ -231,6 +241,7 @@ void AcquisitionCycle::DropUnit() {
   ReleaseClient();
   connected_ = false;
   state_.LostShown = false;
+  reconnecting_ = false;
   SetNotPolling();
   display_.StatusPicture = kImageNone;
   Changed();
@@ -286,18 +297,21 @@ void AcquisitionCycle::FetchStep(std::function<void(bool)> then) {
 }
 
 void AcquisitionCycle::FetchNotOpened(std::function<void(bool)> then) {
-  display_.StatusPicture = kImageYellow;
-  Changed();
-  auto afterBranches = [this, then] {
+  LostConnection([this, then] {
     OnLink<bool>([](LinkSide& link) { return link.IsConnected(); }, [this, then](bool isConnected) {
       if (isConnected) state_.LostShown = false;
       state_.FetchBusy = false;
       then(false);
     });
-  };
+  });
+}
+
+void AcquisitionCycle::LostConnection(std::function<void()> then) {
+  display_.StatusPicture = kImageYellow;
+  Changed();
   if (state_.LostShown) {
     // Asked once already: reconnect without asking again.
-    Connect(true, false, 0, [afterBranches](bool) { afterBranches(); });
+    Connect(true, false, 0, [then](bool) { then(); });
     return;
   }
   state_.LostShown = true;
@@ -305,15 +319,28 @@ void AcquisitionCycle::FetchNotOpened(std::function<void(bool)> then) {
   const MessageAnswer answer = notices_.Ask(LostText(modem.value_or(ModemInfo{})), "Server Connection Lost",
                                             MessageButtons::YesNo, MessageIcon::Critical);
   if (answer != MessageAnswer::Yes) {
+    reconnecting_ = false;
     StopPolling();
     ShowStatus("Communications have been aborted!");
     timerStatus_.start();
     connected_ = false;
     Changed();
+  } else if (!singleStep_) {
+    // Yes: the poll goes on, and each tick tries the unit again until it answers.
+    reconnecting_ = true;
+    ResumePolling();
   }
-  // Yes: the next connect call makes the new connection.
   ReleaseClient();
-  afterBranches();
+  then();
+}
+
+void AcquisitionCycle::ResumePolling() {
+  stopped_ = false;
+  display_.StopGoPressed = false;
+  display_.StopGoImage = kImageGreen;
+  display_.StopGoCaption = kStopCaption;
+  display_.StatusPicture = kImageYellow;
+  Changed();
 }
 
 // ---- the poll tick -----------------------------------------------------------------
@@ -328,8 +355,12 @@ void AcquisitionCycle::StartTick() {
   const uint64_t tick = ++tickGeneration_;
   runningTick_ = tick;
   RequestStep([this, tick](bool written) {
-    if (!written || Stale(tick)) {
+    if (Stale(tick)) {
       EndTick(tick);
+      return;
+    }
+    if (!written) {
+      RequestNotWritten(tick);
       return;
     }
     QTimer::singleShot(timing_.requestWaitMs, this, [this, tick] {
@@ -344,13 +375,41 @@ void AcquisitionCycle::StartTick() {
           return;
         }
         FetchStep([this, tick](bool fetched) {
-          if (fetched && !Stale(tick))
-            Connect(false, singleStep_, tick, [this, tick](bool) { EndTick(tick); });
-          else
+          if (!fetched || Stale(tick)) {
             EndTick(tick);
+            return;
+          }
+          // The connection left for the next tick: a unit that no longer takes one is lost.
+          Connect(false, singleStep_, tick, [this, tick](bool connected) {
+            if (connected || Stale(tick))
+              EndTick(tick);
+            else
+              LostConnection([this, tick] { EndTick(tick); });
+          });
         });
       });
     });
+  });
+}
+
+// The request failed silently. A unit that still takes a connection refused it, and the
+// connection is kept for the next tick; a unit that takes none is gone, which the operator
+// is told as when a read finds it gone (otherwise a unit that died between two polls
+// would never be reported).
+void AcquisitionCycle::RequestNotWritten(uint64_t tick) {
+  if (hold_) {
+    EndTick(tick);
+    return;
+  }
+  if (state_.LostShown) {
+    LostConnection([this, tick] { EndTick(tick); });
+    return;
+  }
+  Connect(false, singleStep_, tick, [this, tick](bool connected) {
+    if (connected || Stale(tick))
+      EndTick(tick);
+    else
+      LostConnection([this, tick] { EndTick(tick); });
   });
 }
 

@@ -111,6 +111,7 @@ class AcquisitionCycle : public QObject {
   bool StatusTimerEnabled() const { return timerStatus_.isActive(); }
   bool TickInProgress() const { return runningTick_ != 0 && !Stale(runningTick_); }
   bool Connecting() const { return connecting_; }
+  bool Reconnecting() const { return reconnecting_; }
 
  signals:
   void displayChanged();
@@ -128,6 +129,10 @@ class AcquisitionCycle : public QObject {
   void RequestStep(std::function<void(bool)> then);
   void FetchStep(std::function<void(bool)> then);
   void FetchNotOpened(std::function<void(bool)> then);
+  void RequestNotWritten(uint64_t tick);
+  // The unit answers no connection: the question, or with it asked already, a new attempt.
+  void LostConnection(std::function<void()> then);
+  void ResumePolling();  // polling on again after the operator asked for the unit back
   void StartTick();
   void EndTick(uint64_t tick);
   bool Stale(uint64_t tick) const { return tick != 0 && tick != tickGeneration_; }
@@ -153,6 +158,7 @@ class AcquisitionCycle : public QObject {
   bool stopped_ = true;
   bool singleStep_ = false;
   bool hold_ = false;
+  bool reconnecting_ = false;  // "Yes" to the lost question: every tick tries the unit until it answers
   uint64_t runningTick_ = 0;     // generation of the tick under way, 0 when none
   bool connecting_ = false;
   bool startNoPolling_ = false;

@@ -24,31 +24,23 @@ class SimulatorProcess {
  public:
   // Starts the simulator with the given options (see tools/demod_sim.py --help) and waits
   // a few seconds at most for it to listen. Check Started() before use.
-  explicit SimulatorProcess(const QStringList& options = {}) {
-    QStringList arguments{QStringLiteral(TAVRIX_SOURCE_DIR "/tools/demod_sim.py"),
-                          "--port", "0", "--log", LogPath(), "--dump-dir", folder_.path()};
-    arguments += options;
-    // The system Python has Debian's pyftpdlib; a "python3" found first on the PATH (pyenv,
-    // venv) only passes the script on to it, at a cost of a few tenths of a second.
-    process_.setProgram(QFile::exists("/usr/bin/python3") ? "/usr/bin/python3" : "python3");
-    process_.setArguments(arguments);
-    process_.setStandardErrorFile(folder_.filePath("stderr"));
-    process_.start();
-    QByteArray line;
-    const QDeadlineTimer deadline(kStartMs);
-    while (!line.endsWith('\n') && !deadline.hasExpired() && process_.state() != QProcess::NotRunning) {
-      if (process_.waitForReadyRead(static_cast<int>(deadline.remainingTime()))) line += process_.readLine();
-    }
-    if (line.startsWith("LISTENING ")) port_ = line.mid(10).trimmed().toInt();
-  }
+  explicit SimulatorProcess(const QStringList& options = {}) : options_(options) { Launch(0); }
 
-  ~SimulatorProcess() {
-    if (process_.state() == QProcess::NotRunning) return;
-    process_.terminate();
-    if (!process_.waitForFinished(kStopMs)) {
-      process_.kill();
-      process_.waitForFinished(kStopMs);
-    }
+  ~SimulatorProcess() { Stop(); }
+
+  // The unit dies at once, as a unit that loses power does.
+  void Kill() {
+    process_.kill();
+    process_.waitForFinished(kStopMs);
+  }
+  // The unit comes back on the same port with the same options; its log and its count of
+  // served blocks start again.
+  bool Restart() {
+    Stop();
+    const int port = port_;
+    port_ = 0;
+    Launch(port);
+    return Started();
   }
 
   SimulatorProcess(const SimulatorProcess&) = delete;
@@ -105,6 +97,34 @@ class SimulatorProcess {
 
   QString LogPath() const { return folder_.filePath("log"); }
 
+  void Launch(int port) {
+    QStringList arguments{QStringLiteral(TAVRIX_SOURCE_DIR "/tools/demod_sim.py"),
+                          "--port", QString::number(port), "--log", LogPath(), "--dump-dir", folder_.path()};
+    arguments += options_;
+    // The system Python has Debian's pyftpdlib; a "python3" found first on the PATH (pyenv,
+    // venv) only passes the script on to it, at a cost of a few tenths of a second.
+    process_.setProgram(QFile::exists("/usr/bin/python3") ? "/usr/bin/python3" : "python3");
+    process_.setArguments(arguments);
+    process_.setStandardErrorFile(folder_.filePath("stderr"), QIODevice::Append);
+    process_.start();
+    QByteArray line;
+    const QDeadlineTimer deadline(kStartMs);
+    while (!line.endsWith('\n') && !deadline.hasExpired() && process_.state() != QProcess::NotRunning) {
+      if (process_.waitForReadyRead(static_cast<int>(deadline.remainingTime()))) line += process_.readLine();
+    }
+    if (line.startsWith("LISTENING ")) port_ = line.mid(10).trimmed().toInt();
+  }
+
+  void Stop() {
+    if (process_.state() == QProcess::NotRunning) return;
+    process_.terminate();
+    if (!process_.waitForFinished(kStopMs)) {
+      process_.kill();
+      process_.waitForFinished(kStopMs);
+    }
+  }
+
+  QStringList options_;
   QTemporaryDir folder_;
   QProcess process_;
   int port_ = 0;

@@ -133,6 +133,7 @@ class AcquisitionCycleTest : public QObject {
     QTest::newRow("lost, Yes") << QStringList{"--refuse-after", "1"} << false << true << 0 << 0;
     QTest::newRow("lost, No") << QStringList{"--refuse-after", "1"} << false << false << 0 << 0;
     QTest::newRow("single step") << QStringList{} << true << true << 1 << kNominalBlockLength;
+    QTest::newRow("capture refused") << QStringList{"--reject-capture"} << false << true << 0 << 0;
   }
 
   void onePoll() {
@@ -153,11 +154,13 @@ class AcquisitionCycleTest : public QObject {
       QVERIFY(h.ConnectFirst());
       QVERIFY(h.Poll());
     }
-    // A lost unit refuses the read's connection: the read finds none and asks.
+    // A lost unit refuses the read's connection: the read finds none and asks. A refused
+    // request reads nothing; the unit still answers, so its connection is kept.
     const bool lost = options.contains("--refuse-after");
+    const bool refused = options.contains("--reject-capture");
     QCOMPARE(sim.Count("STOR capt_spec:"), 1);
-    QCOMPARE(sim.Count("RETR spectrum:"), lost ? 0 : 1);
-    QCOMPARE(sim.Count("CONNECT"), lost ? 1 : 3);  // the first, the read's, and one left for the next tick
+    QCOMPARE(sim.Count("RETR spectrum:"), lost || refused ? 0 : 1);
+    QCOMPARE(sim.Count("CONNECT"), lost ? 1 : refused ? 2 : 3);  // the first, the read's, and one for the next tick
     QCOMPARE(h.blocks.size(), size_t(blocks));
     if (blocks > 0) {
       QCOMPARE(h.blocks[0], sim.ServedBlock(1));  // byte for byte as served
@@ -165,7 +168,9 @@ class AcquisitionCycleTest : public QObject {
     }
     QCOMPARE(h.cycle->State().LastReadRequest, requested);
     QVERIFY(!h.cycle->State().RequestBusy && !h.cycle->State().FetchBusy && !h.cycle->TickInProgress());
-    h.CheckRunning(!lost && !step);
+    // "Yes" keeps the poll going, each tick trying the unit until it answers.
+    h.CheckRunning(!step && (!lost || yes));
+    QCOMPARE(h.cycle->Reconnecting(), lost && yes);
     QCOMPARE(h.cycle->Connected(), yes);
     QCOMPARE(h.cycle->State().LostShown, lost);
     QCOMPARE(h.notices.SawStatus("Communications have been aborted!"), !yes);
@@ -178,12 +183,34 @@ class AcquisitionCycleTest : public QObject {
       QCOMPARE(box.title, std::string("Server Connection Lost"));
       QVERIFY(box.buttons == MessageButtons::YesNo && box.icon == MessageIcon::Critical);
     }
-    if (lost || step) return;
+    if (lost || step || refused) return;
     // The connection left open carries the next tick, which takes a new capture.
     QVERIFY(h.Poll());
     QCOMPARE(sim.Count("STOR capt_spec:"), 2);
     QCOMPARE(h.blocks.size(), size_t(2 * blocks));
     if (blocks > 0) QVERIFY(h.blocks[0] != h.blocks[1]);
+    h.CheckRunning(true);
+  }
+
+  void unitGoneBetweenPollsIsAskedAboutAndWaitedFor() {
+    SimulatorProcess sim;
+    QVERIFY(sim.Started());
+    Harness h(sim.Address());
+    QVERIFY(h.ConnectFirst() && h.Poll());
+    sim.Kill();
+    QVERIFY(h.Poll());
+    QCOMPARE(h.notices.boxes.size(), size_t(1));
+    QCOMPARE(h.notices.boxes[0].title, std::string("Server Connection Lost"));
+    // "Yes": the poll goes on, each tick trying the unit, without asking again.
+    h.CheckRunning(true);
+    QVERIFY(h.Poll());
+    QCOMPARE(h.cycle->Display().StatusPicture, int(kImageYellow));
+    QVERIFY(h.cycle->Reconnecting() && h.notices.boxes.size() == 1);
+    QVERIFY(sim.Restart());
+    QVERIFY(h.Poll() && h.Poll());
+    QVERIFY(!h.cycle->Reconnecting() && !h.cycle->State().LostShown);
+    QCOMPARE(h.cycle->Display().StatusPicture, int(kImageGreen));
+    QCOMPARE(h.blocks.size(), size_t(2));
     h.CheckRunning(true);
   }
 
