@@ -13,12 +13,13 @@
 #include "app/command_table.h"
 #include "app/entry_box.h"
 #include "app/main_window.h"
+#include "app/project_icons.h"
 
 namespace tavrix {
 
 namespace {
 
-QIcon Image(const char* name) { return QIcon(QStringLiteral(":/icons/") + name); }
+QIcon Image(const char* name) { return ProjectIcon(name); }
 
 // Which trace each trace switch and its button stand for.
 int TraceOfButton(const QString& key) {

@@ -10,6 +10,7 @@
 
 #include "app/command_table.h"
 #include "app/main_window.h"
+#include "app/project_icons.h"
 #include "app/status_panels.h"
 #include "app/version.h"
 #include "view/selection_readout.h"
@@ -102,11 +103,11 @@ void frmMain::ShowAcquisitionDisplay() {
   QAction* stopGo = Button("StopGo");
   stopGo->setChecked(d.StopGoPressed);
   // Pressed (halted) it shows the halted lamp; running, the command it offers: Stop.
-  stopGo->setIcon(QIcon(QStringLiteral(":/icons/") + (d.StopGoPressed ? ToolbarImage(d.StopGoImage) : "Stop")));
+  stopGo->setIcon(ProjectIcon(d.StopGoPressed ? ToolbarImage(d.StopGoImage) : "Stop"));
   stopGoMenu_->setText(Text(d.StopGoCaption));
   Button("SingleStep")->setEnabled(d.SingleStepEnabled);
   const char* lamp = d.StatusPicture == kImageNone ? "Red" : ToolbarImage(d.StatusPicture);
-  Button("Status")->setIcon(QIcon(QStringLiteral(":/icons/") + lamp));
+  Button("Status")->setIcon(ProjectIcon(lamp));
   panels_->SetPicture("Status", d.StatusPicture == kImageNone ? QString() : QString(lamp));
   // While the first connection is made the bar shows that something is under way.
   QProgressBar* progress = panels_->ProgressBar();

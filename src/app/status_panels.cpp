@@ -10,6 +10,8 @@
 
 #include <cstring>
 
+#include "app/project_icons.h"
+
 namespace tavrix {
 
 namespace {
@@ -88,7 +90,7 @@ void StatusPanels::SetPicture(const char* key, const QString& imageName) {
     p.picture->hide();
     return;
   }
-  p.picture->setPixmap(QIcon(":/icons/" + imageName).pixmap(kPictureSize, kPictureSize));
+  p.picture->setPixmap(ProjectIcon(imageName).pixmap(kPictureSize, kPictureSize));
   p.picture->show();
 }
 
