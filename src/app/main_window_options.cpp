@@ -122,8 +122,16 @@ PageFacts frmMain::PrintedPageFacts() const {
   facts.Footer = QString("%1 - Version %2").arg(kProgramTitle, kVersion);
   const CaptureFields& capture = live_.State.Capture;
   const TraceSet& traces = live_.State.Traces;
-  facts.Settings << "Center Frequency:  " + panels_->Text("CenterFreq")
-                 << "Sample Rate:  " + panels_->Text("SampleRate");
+  // The page gives the capture's own figures in MHz, whatever the status bar's units.
+  if (traces.DataValid) {
+    const double scale = capture.FreqScale;
+    facts.Settings << "Center Frequency:  " + Text(FormatPicture(capture.CenterFreq, "##0.000000")) + " MHz"
+                   << "Sample Rate:  " + Text(FormatPicture(capture.SampleRate, "##0.000000")) + " MHz"
+                   << "Band:  " + Text(FormatPicture(capture.FreqLow / scale, "##0.000000")) + " to " +
+                          Text(FormatPicture(capture.FreqHigh / scale, "##0.000000")) + " MHz";
+  } else {
+    facts.Settings << "No capture received yet";
+  }
   QStringList shown;
   for (const TraceSwitch& s : kTraceSwitches) {
     if (!traces.TraceVisible[static_cast<size_t>(s.Trace)]) continue;
