@@ -115,10 +115,14 @@ class SimulatedUnit:
         self.events.write("CAPTURE %d" % self.capture_number)
 
     def spectrum_file(self):
-        """The bytes "spectrum:" holds: the block, cut when --short-block."""
-        if self.options.short_block is None:
-            return self.block
-        return self.block[:self.options.short_block]
+        """The bytes "spectrum:" holds: the block, cut when --short-block,
+        followed by filler up to N bytes when --long-block."""
+        if self.options.short_block is not None:
+            return self.block[:self.options.short_block]
+        if self.options.long_block is not None:
+            filler = self.options.long_block - len(self.block)
+            return self.block + bytes(range(256)) * (filler // 256) + bytes(filler % 256)
+        return self.block
 
     def capture_request(self, payload):
         """Act on the content written to "capt_spec:"; error text or None."""

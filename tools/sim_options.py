@@ -69,6 +69,8 @@ def parse_arguments(argv):
                         help="pause every RETR of spectrum: halfway for SECONDS")
     faults.add_argument("--short-block", type=bounded_int(0, BLOCK_SIZE), metavar="N",
                         help="spectrum: holds only the first N bytes of the block")
+    faults.add_argument("--long-block", type=bounded_int(BLOCK_SIZE + 1, 4 << 20), metavar="N",
+                        help="spectrum: holds N bytes, the block followed by filler (SIZE says N)")
     faults.add_argument("--no-size", type=int, nargs="?", const=550,
                         choices=NO_SIZE_CODES, metavar="CODE",
                         help="answer SIZE of spectrum: with CODE (550, the "
@@ -78,6 +80,8 @@ def parse_arguments(argv):
     faults.add_argument("--reject-capture", action="store_true",
                         help="answer STOR capt_spec: with 550")
     options = parser.parse_args(argv)
+    if options.short_block is not None and options.long_block is not None:
+        parser.error("--short-block and --long-block cannot be given together")
     if not 0 <= round(options.center_mhz * 1000) <= 0xFFFFFFFF:
         parser.error("--center-mhz must be 0..4294967.295")
     if options.dump_dir and not os.path.isdir(options.dump_dir):

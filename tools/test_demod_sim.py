@@ -258,7 +258,8 @@ class SessionTest(SimulatorTestCase):
         self.assertNotEqual(eight[1], seven[1])
 
     def test_rejects_non_loopback_host_and_bad_values(self):
-        for options in (["--host", "192.0.2.1"], ["--short-block", "9000"],
+        for options in (["--host", "192.0.2.1"], ["--short-block", "9000"], ["--long-block", "8224"],
+                        ["--short-block", "10", "--long-block", "9000"],
                         ["--center-mhz", "-1"], ["--no-size", "404"]):
             result = subprocess.run([sys.executable, SIMULATOR] + options,
                                     capture_output=True, text=True, timeout=TIMEOUT)
@@ -274,15 +275,19 @@ class FaultModeTest(SimulatorTestCase):
             self.assertRefused(code, ftp.size, "spectrum:")
             self.assertEqual(len(fetch(ftp)), BLOCK_SIZE)
 
-    def test_short_block_is_a_consistently_short_file(self):
-        ftp = self.open(self.start("--short-block", "100"))
-        self.assertEqual(ftp.size("spectrum:"), 100)
-        block = fetch(ftp)
-        self.assertEqual(len(block), 100)
-        self.assertEqual(header_fields(block), (70000, 3))
-        ftp = self.open(self.start("--short-block", "0"))
-        self.assertEqual(ftp.size("spectrum:"), 0)
-        self.assertEqual(fetch(ftp), b"")
+    def test_short_and_long_blocks_are_consistently_sized_files(self):
+        for options, size in ((("--short-block", "100"), 100), (("--short-block", "0"), 0),
+                              (("--long-block", "2000000"), 2000000)):
+            sim = self.start(*options)
+            ftp = self.open(sim)
+            self.assertEqual(ftp.size("spectrum:"), size, options)
+            block = fetch(ftp)
+            self.assertEqual(len(block), size, options)
+            if size:
+                self.assertEqual(header_fields(block), (70000, 3))
+            # A long file begins with the whole block a unit without the fault serves.
+            if size > BLOCK_SIZE:
+                self.assertEqual(block[:BLOCK_SIZE], fetch(self.open(self.start())))
 
     def test_rejected_capture_request_keeps_the_old_capture(self):
         sim = self.start("--reject-capture")

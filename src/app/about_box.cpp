@@ -144,7 +144,7 @@ void frmAbout::cmdSysInfo_Click() {
   view->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   view->setLineWrapMode(QPlainTextEdit::NoWrap);
   view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-  view->setMinimumSize(view->fontMetrics().averageCharWidth() * 72, view->fontMetrics().height() * 14);
+  view->setMinimumSize(view->fontMetrics().averageCharWidth() * 84, view->fontMetrics().height() * 14);
 
   auto* copy = new QPushButton("Copy", &dialog);
   copy->setObjectName("cmdCopy");

@@ -10,6 +10,7 @@ std::unique_ptr<QObject> NewSnapshotTest();
 std::unique_ptr<QObject> NewWindowTest();
 std::unique_ptr<QObject> NewInteractionTest();
 std::unique_ptr<QObject> NewSettingsWindowTest();
+std::unique_ptr<QObject> NewEndToEndTest();
 
 int main(int argc, char** argv) {
   // A window that is given no settings file of its own keeps them here, never in the
@@ -21,7 +22,8 @@ int main(int argc, char** argv) {
   auto window = NewWindowTest();
   auto interaction = NewInteractionTest();
   auto settingsWindow = NewSettingsWindowTest();
+  auto endToEnd = NewEndToEndTest();
   return tavrix::testing::RunTestObjects<QApplication>(argc, argv,
                                                        {commandLine.get(), snapshot.get(), window.get(), interaction.get(),
-                                                        settingsWindow.get()});
+                                                        settingsWindow.get(), endToEnd.get()});
 }
