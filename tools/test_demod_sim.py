@@ -116,21 +116,32 @@ def fft(values):
     return out
 
 
-def spectral_peaks(block, above_floor_db=20.0):
-    """[(fraction of sample rate, dB)] of the carriers in a Hann-windowed
-    spectrum: local maxima (+-8 bins) standing above_floor_db over the median."""
+def band_power(block):
+    """Power of the Hann-windowed spectrum, bins from -1/2 to +1/2 of the rate."""
     samples = sample_values(block)
     n = len(samples)
-    windowed = [s * (0.5 - 0.5 * math.cos(2 * math.pi * k / n))
-                for k, s in enumerate(samples)]
-    levels = [10 * math.log10(abs(c) ** 2 + 1e-12) for c in fft(windowed)]
-    floor = statistics.median(levels)
-    peaks = []
-    for k, level in enumerate(levels):
-        neighbours = [levels[(k + d) % n] for d in range(-8, 9) if d]
-        if level > floor + above_floor_db and level >= max(neighbours):
-            peaks.append(((k if k < n // 2 else k - n) / n, level))
-    return peaks
+    windowed = [s * (0.5 - 0.5 * math.cos(2 * math.pi * k / n)) for k, s in enumerate(samples)]
+    power = [abs(c) ** 2 for c in fft(windowed)]
+    return power[n // 2:] + power[:n // 2]
+
+
+def smoothed_db(power, width=16):
+    """dB of each bin's power averaged with its `width` neighbours."""
+    half = width // 2
+    return [10 * math.log10(sum(power[max(0, k - half):k + half + 1]) / width + 1e-12)
+            for k in range(len(power))]
+
+
+def regions_above(levels, threshold):
+    """(first bin, last bin) of each run of bins above the threshold."""
+    runs, start = [], None
+    for k, level in enumerate(levels + [threshold]):
+        if level > threshold and start is None:
+            start = k
+        elif level <= threshold and start is not None:
+            runs.append((start, k - 1))
+            start = None
+    return runs
 
 
 class SimulatorTestCase(unittest.TestCase):
@@ -173,23 +184,39 @@ class CaptureBlockTest(SimulatorTestCase):
         clipped = sum(1 for v in values if v >= 127 or v <= -127.5)
         self.assertLess(clipped, len(values) * 0.005)
 
-    def test_carriers_lie_in_displayed_band_and_one_drifts_and_fades(self):
-        captures = [spectral_peaks(fetch(self.ftp))]
+    def test_band_holds_flat_topped_carriers_a_beacon_a_fading_carrier_and_a_tilted_floor(self):
+        powers = [band_power(fetch(self.ftp))]
         for _ in range(11):
             request_capture(self.ftp)
-            captures.append(spectral_peaks(fetch(self.ftp)))
-        for peaks in captures:
-            self.assertGreaterEqual(len(peaks), 3)
-            self.assertLess(max(abs(f) for f, _ in peaks), 0.3)  # central 60 %
-        near = lambda f, peaks: any(abs(f - g) <= 2 / SAMPLES for g, _ in peaks)
-        steady = [(f, 0) for f, _ in captures[0] if all(near(f, p) for p in captures)]
-        self.assertEqual(len(steady), 3)
-        moving = [(f, level) for peaks in captures for f, level in peaks
-                  if not near(f, steady)]
-        self.assertGreater(len(moving), 6)
-        freqs, levels = zip(*moving)
-        self.assertGreater(max(freqs) - min(freqs), 100 / SAMPLES)
-        self.assertGreater(max(levels) - min(levels), 6.0)
+            powers.append(band_power(fetch(self.ftp)))
+        # The shapes from the average of the captures, as the video average shows them.
+        levels = smoothed_db([statistics.mean(bins) for bins in zip(*powers)])
+        floor = statistics.median(levels)
+        signals = [r for r in regions_above(levels, floor + 10) if r[1] - r[0] >= 8]
+        widths = sorted(last - first + 1 for first, last in signals)
+        # Three modulated carriers of different symbol rates and one clean line,
+        # all where the viewer's traces reach (a quarter of the rate either side).
+        self.assertEqual(len(signals), 4, signals)
+        for first, last in signals:
+            self.assertGreater(first, SAMPLES // 4)
+            self.assertLess(last, 3 * SAMPLES // 4)
+        self.assertLessEqual(widths[0], 24)
+        self.assertTrue(1.6 < widths[3] / widths[2] < 2.6 and 1.8 < widths[2] / widths[1] < 3.4, widths)
+        humps = [r for r in signals if r[1] - r[0] > 24]
+        for first, last in humps:
+            # Flat: the middle of the top no higher than its sides, as a peak would be.
+            top = levels[first + (last - first) // 4:last - (last - first) // 4]
+            third = len(top) // 3
+            sides = statistics.mean(top[:third] + top[-third:])
+            self.assertLess(abs(statistics.mean(top[third:-third]) - sides), 1.5, (first, last))
+        # The narrowest hump fades and returns from capture to capture.
+        first, last = min(humps, key=lambda r: r[1] - r[0])
+        faded = [smoothed_db(power[first:last + 1])[(last - first) // 2] for power in powers]
+        self.assertGreater(max(faded) - min(faded), 10.0)
+        # The floor falls by a few dB from the low edge of the band to the high one.
+        low = statistics.mean(levels[SAMPLES // 20:SAMPLES // 5])
+        high = statistics.mean(levels[4 * SAMPLES // 5:19 * SAMPLES // 20])
+        self.assertTrue(2.0 < low - high < 8.0, (low, high))
 
     def test_capture_request_takes_a_new_capture_only_for_byte_1(self):
         first = fetch(self.ftp)
