@@ -1,100 +1,50 @@
 #include "common/file_io.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QString>
 
 namespace tavrix {
 
 namespace {
 
-std::string ErrorText(int err) { return std::strerror(err); }
+QString Path(const std::string& path) { return QString::fromStdString(path); }
 
-// A name beside the target that no other writer in this process or another uses.
-std::string TemporaryName(const std::string& path, int attempt) {
-  static std::atomic<unsigned> counter{0};
-  char suffix[64];
-  std::snprintf(suffix, sizeof suffix, ".%ld.%u.%d.tmp", static_cast<long>(getpid()), counter++, attempt);
-  return path + suffix;
-}
-
-std::string WriteAll(int fd, std::string_view data) {
-  const char* p = data.data();
-  size_t left = data.size();
-  while (left > 0) {
-    ssize_t n = ::write(fd, p, left);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return ErrorText(errno);
-    }
-    p += n;
-    left -= static_cast<size_t>(n);
-  }
-  return {};
-}
+std::string Reason(const QFileDevice& file) { return file.errorString().toStdString(); }
 
 }  // namespace
 
 std::string ReadFileCapped(const std::string& path, size_t maxBytes, std::string& data) {
   data.clear();
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return ErrorText(errno);
-  std::string error;
-  struct stat st;
-  if (::fstat(fd, &st) != 0) {
-    error = ErrorText(errno);
-  } else if (S_ISDIR(st.st_mode)) {
-    error = "it is a folder";
-  } else {
-    // Read one byte past the cap to tell a file of exactly maxBytes from a larger one.
-    data.resize(maxBytes + 1);
-    size_t got = 0;
-    while (got < data.size()) {
-      const ssize_t n = ::read(fd, data.data() + got, data.size() - got);
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) {
-        error = ErrorText(errno);
-        break;
-      }
-      if (n == 0) break;
-      got += static_cast<size_t>(n);
-    }
-    if (error.empty() && got > maxBytes) error = "it is larger than " + std::to_string(maxBytes) + " bytes";
-    data.resize(error.empty() ? got : 0);
-  }
-  ::close(fd);
-  return error;
+  if (QFileInfo(Path(path)).isDir()) return "it is a folder";
+  QFile file(Path(path));
+  if (!file.open(QIODevice::ReadOnly)) return Reason(file);
+  // Read one byte past the cap to tell a file of exactly maxBytes from a larger one.
+  const QByteArray bytes = file.read(static_cast<qint64>(maxBytes) + 1);
+  if (file.error() != QFileDevice::NoError) return Reason(file);
+  if (static_cast<size_t>(bytes.size()) > maxBytes) return "it is larger than " + std::to_string(maxBytes) + " bytes";
+  data.assign(bytes.constData(), static_cast<size_t>(bytes.size()));
+  return {};
 }
 
-bool PathExists(const std::string& path) {
-  struct stat st;
-  return ::stat(path.c_str(), &st) == 0;
-}
+bool PathExists(const std::string& path) { return QFileInfo::exists(Path(path)); }
 
+// QSaveFile writes a new file beside the target and renames it over the target only
+// when complete; the replaced file's permissions are kept, and a symbolic link is
+// written through to the file it names.
 std::string WriteFileAtomically(const std::string& path, std::string_view data) {
   if (path.empty()) return "no file name was given";
-  struct stat target;
-  if (::stat(path.c_str(), &target) == 0 && S_ISDIR(target.st_mode)) return "it is a folder";
-
-  std::string temporary;
-  int fd = -1;
-  for (int attempt = 0; attempt < 16 && fd < 0; ++attempt) {
-    temporary = TemporaryName(path, attempt);
-    fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0 && errno != EEXIST) return ErrorText(errno);
+  if (QFileInfo(Path(path)).isDir()) return "it is a folder";
+  QSaveFile file(Path(path));
+  if (!file.open(QIODevice::WriteOnly)) return Reason(file);
+  if (file.write(data.data(), static_cast<qint64>(data.size())) != static_cast<qint64>(data.size())) {
+    const std::string reason = Reason(file);
+    file.cancelWriting();
+    return reason;
   }
-  if (fd < 0) return "no temporary file could be created beside it";
-
-  std::string error = WriteAll(fd, data);
-  if (::close(fd) != 0 && error.empty()) error = ErrorText(errno);
-  if (error.empty() && ::rename(temporary.c_str(), path.c_str()) != 0) error = ErrorText(errno);
-  if (!error.empty()) ::unlink(temporary.c_str());
-  return error;
+  if (!file.commit()) return Reason(file);
+  return {};
 }
 
 }  // namespace tavrix

@@ -7,7 +7,9 @@ namespace tavrix {
 
 // Writes `data` to `path` through a temporary file beside it that is renamed over the
 // target once complete, so a failed write never leaves a half-written file in place of
-// an existing one. Returns an empty text on success, else the reason it failed.
+// an existing one. A replaced file keeps its permissions; a symbolic link keeps pointing
+// at the file it names, which is replaced. Returns an empty text on success, else the
+// reason it failed.
 std::string WriteFileAtomically(const std::string& path, std::string_view data);
 
 // Reads a whole file of at most `maxBytes` bytes into `data`. Returns an empty text on

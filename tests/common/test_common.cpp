@@ -1,6 +1,8 @@
 // Number text (the exported values), picture formats (the status and caption texts)
 // and the file helpers that keep an export from ever half-replacing a file.
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -86,6 +88,18 @@ class CommonTest : public QObject {
     QCOMPARE(ReadFileCapped(path, 100, data), std::string());
     QCOMPARE(data, std::string(100, 'b'));
     QVERIFY(ReadFileCapped(path, 99, data).find("larger") != std::string::npos && data.empty());
+
+    // A replaced file keeps its permissions, and a link keeps naming the file it named,
+    // whose content is what changes.
+    QFile::setPermissions(QString::fromStdString(path), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+    const QString link = QDir(dir.path()).filePath("latest.txt");
+    QVERIFY(QFile::link(QString::fromStdString(path), link));
+    QCOMPARE(WriteFileAtomically(link.toStdString(), "through the link"), std::string());
+    QVERIFY(QFileInfo(link).isSymLink());
+    QCOMPARE(ReadWholeFile(path), std::string("through the link"));
+    const QFile::Permissions ownerGroupOther(0x7077);  // leaving out what the running user may do
+    QCOMPARE(QFile::permissions(QString::fromStdString(path)) & ownerGroupOther,
+             QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
   }
 };
 
