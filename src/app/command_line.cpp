@@ -44,19 +44,27 @@ std::string UsageText() {
          "  --size WxH         the plot's size in pixels (default 1280x720)\n"
          "  --scale 1|2        device pixel ratio: 2 draws twice as many pixels each way\n"
          "  --palette 0|1      0 the viewing colours (default), 1 the printing colours\n"
+         "  --window, --peak-hold, --video-average, BLOCK...   as for export\n"
          "\n"
          "peaks   Processes the blocks as export does and prints the points the viewer's peak\n"
          "        moves visit going down from the highest: \"Point,Frequency,Level\", then a line\n"
          "        per point, numbers written as in the exports.\n"
          "  --trace TRACE      current (default), previous, videoaverage or peakhold\n"
          "  --threshold DB     stop below this level (default 0, the minimum peak threshold)\n"
-         "  --count N          at most N points (default 10)\n"
+         "  --count N          at most N points, 1 to 2048 (default 10)\n"
+         "  --window, --peak-hold, --video-average, BLOCK...   as for export\n"
          "\n"
          "snapshot  Asks a live unit for one capture and reads it, as one poll of the\n"
          "        viewer does, then saves the block exactly as read, writes a data set as\n"
          "        export does and/or draws it as render does. Every network wait is bounded.\n"
          "  --modem ADDR[:PORT] the unit's address; port 21 unless given\n"
-         "  --save-block FILE  the capture block, byte for byte\n";
+         "  --save-block FILE  the capture block, byte for byte\n"
+         "  --set SET --out FILE  a data set of the capture, as export writes it\n"
+         "  --png FILE         a picture of the capture, as render draws it\n"
+         "  --window on|off    window the samples before the transform (default on)\n"
+         "\n"
+         "Errors print one line on stderr; the status is 1 when the work failed and 2 when\n"
+         "the command line was refused.\n";
 }
 
 bool IsCommand(const std::vector<std::string>& args) {
