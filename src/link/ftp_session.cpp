@@ -1,7 +1,13 @@
 #include "link/ftp_session.h"
 
+// Sockets as every platform names them (libcurl's own headers bring the same).
+#if defined(_WIN32)
+#include <winsock2.h>
+#include <ws2tcpip.h>
+#else
 #include <netinet/in.h>
 #include <sys/socket.h>
+#endif
 
 #include <algorithm>
 #include <cctype>
