@@ -11,6 +11,7 @@ PACKAGES=(
   libbenchmark-dev
   python3 python3-pyftpdlib
   xvfb xauth xdotool imagemagick fonts-liberation
+  desktop-file-utils appstream
 )
 
 missing=()
