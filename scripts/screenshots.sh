@@ -1,18 +1,34 @@
 #!/usr/bin/env bash
-# Remakes the pictures the README and docs show (docs/screenshots/): the viewer on the
-# simulated unit with peak hold and video average on, at device pixel ratio 1 and 2, its
-# View menu, and a measurement with both cursors placed and the highest peak selected. Runs on a virtual screen (Xvfb), so it needs no display of its own.
+# Remakes the pictures the README and the user guide show (docs/screenshots/), on a
+# virtual screen (Xvfb), so it needs no display of its own:
+#   viewer.png, viewer@2x.png   the viewer on the simulated unit with peak hold and video
+#                               average on, at device pixel ratio 1 and 2
+#   view-menu.png               its View menu
+#   measuring.png               both cursors placed and the highest peak selected
+#   window-labelled.png         viewer.png with numbered callouts for the guide
+#   modem-properties.png, modem-manager.png, recent-menu.png, switched-unit.png
+#                               two units added through the dialogs on a fresh settings
+#                               folder and the switch between them, with a window manager
+#                               so that the title bar shows the unit
+#   printed-page.png            File > Print... to a PDF, in the printing palette
+# BUILD_DIR names the build to use (default build/release, built first).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bash scripts/setup.sh >/dev/null
-bash scripts/build.sh release >/dev/null
-bin=$PWD/build/release/src/tavrix-spectrum
+bash scripts/setup.sh --docs >/dev/null
+BUILD_DIR=${BUILD_DIR:-build/release}
+if [[ "$BUILD_DIR" == build/release ]]; then
+  bash scripts/build.sh release >/dev/null
+else
+  cmake --build "$BUILD_DIR" --target tavrix-spectrum >/dev/null
+fi
+bin=$PWD/$BUILD_DIR/src/tavrix-spectrum
 out=$PWD/docs/screenshots
 mkdir -p "$out"
+work=$(mktemp -d)
 
 pids=()
-cleanup() { for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done; }
-trap cleanup EXIT
+cleanup() { for p in "${pids[@]}"; do kill "$p" 2>/dev/null || true; done; pids=(); }
+trap 'cleanup; rm -rf "$work"' EXIT
 
 free_display() {
   local n
@@ -21,23 +37,46 @@ free_display() {
   exit 1
 }
 
-# shoot SCALE NAME [MENU]: the window at 1280x760 logical pixels after a few captures.
-shoot() {
-  local scale=$1 name=$2 menu=${3:-}
+# start_screen WIDTH HEIGHT: a virtual screen of that many pixels; exports DISPLAY.
+start_screen() {
   local display; display=$(free_display)
-  Xvfb "$display" -screen 0 "$((1300 * scale))x$((800 * scale))x24" -nolisten tcp >/dev/null 2>&1 &
+  Xvfb "$display" -screen 0 "$1x$2x24" -nolisten tcp >/dev/null 2>&1 &
   pids+=($!)
-  sleep 1
-  DISPLAY=$display QT_SCALE_FACTOR=$scale "$bin" --demo >/dev/null 2>&1 &
-  pids+=($!)
+  export DISPLAY=$display
+  for _ in $(seq 50); do xdotool getdisplaygeometry >/dev/null 2>&1 && return; sleep 0.1; done
+  echo "the virtual screen $display did not start" >&2
+  exit 1
+}
+
+# wait_window TITLE-PATTERN: the id of the first window whose title matches, once it exists.
+wait_window() {
   local window=""
-  for _ in $(seq 100); do
-    window=$(DISPLAY=$display xdotool search --name "Connected to Simulated Demodulator" 2>/dev/null | head -1) || true
-    [[ -n "$window" ]] && break
+  for _ in $(seq 150); do
+    window=$(xdotool search --name "$1" 2>/dev/null | head -1) || true
+    [[ -n "$window" ]] && { echo "$window"; return; }
     sleep 0.1
   done
-  [[ -n "$window" ]] || { echo "the viewer did not come up on $display" >&2; exit 1; }
-  export DISPLAY=$display
+  echo "no window titled '$1' came up on $DISPLAY" >&2
+  exit 1
+}
+
+# start_unit NAME [OPTIONS...]: a simulated unit on a free loopback port, left in $unit_port.
+start_unit() {
+  local name=$1; shift
+  /usr/bin/python3 tools/demod_sim.py --port 0 --log /dev/null "$@" >"$work/$name.port" 2>"$work/$name.err" &
+  pids+=($!)
+  for _ in $(seq 50); do grep -q LISTENING "$work/$name.port" && break; sleep 0.1; done
+  unit_port=$(awk '/LISTENING/ {print $2}' "$work/$name.port")
+  [[ -n "$unit_port" ]] || { echo "the simulated unit $name did not start: $(cat "$work/$name.err")" >&2; exit 1; }
+}
+
+# shoot SCALE NAME [MENU|measure]: the window at 1280x760 logical pixels after a few captures.
+shoot() {
+  local scale=$1 name=$2 menu=${3:-}
+  start_screen $((1300 * scale)) $((800 * scale))
+  QT_SCALE_FACTOR=$scale "$bin" --demo >/dev/null 2>&1 &
+  pids+=($!)
+  local window; window=$(wait_window "Connected to Simulated Demodulator")
   xdotool windowsize "$window" $((1280 * scale)) $((760 * scale))
   xdotool mousemove $((640 * scale)) $((300 * scale)) click 1  # the plot takes the keys
   sleep 0.3
@@ -62,12 +101,107 @@ shoot() {
     import -window "$window" "$out/$name"
   fi
   echo "wrote $out/$name"
-  unset DISPLAY
   cleanup
-  pids=()
+}
+
+# The numbered callouts of the guide's picture of the window (positions in viewer.png).
+label_window() {
+  local draw=() n=0 x y
+  # 1 menu bar; under the toolbar: 2 export and acquisition, 3 traces, 4 pointer modes,
+  # 5 zoom presets and views, 6 point moves, 7 move type, 8 threshold, 9 status lamp;
+  # 10 trace key, 11 level axis, 12 frequency axis, 13 traces, 14 and 15 scroll bars,
+  # 16 cursor buttons, 17 cursor read-outs; status bar: 18 notices, 19 centre frequency
+  # and sample rate, 20 selected point, 21 capture progress.
+  for spot in 420,9 50,57 154,57 272,57 420,57 550,57 672,57 760,57 851,57 1045,96 48,612 540,648 \
+              300,200 1256,300 640,670 94,703 912,719 470,746 590,746 800,746 1215,746; do
+    n=$((n + 1)); x=${spot%,*}; y=${spot#*,}
+    draw+=(-fill '#E8453C' -stroke white -strokewidth 1.5 -draw "circle $x,$y $((x + 10)),$y")
+    draw+=(-stroke none -fill white -draw "text $((x - (n > 9 ? 7 : 4))),$((y + 5)) '$n'")
+  done
+  local font=()
+  convert -list font | grep -q "Font: DejaVu-Sans-Bold$" && font=(-font DejaVu-Sans-Bold)
+  convert "$out/viewer.png" "${font[@]}" -pointsize 13 "${draw[@]}" "$out/window-labelled.png"
+  echo "wrote $out/window-labelled.png"
+}
+
+# Two units added through the dialogs on a fresh settings folder, and the switch from
+# one to the other through the recent list; then the report page printed to a PDF.
+directory_and_printing() {
+  start_screen 1300 800
+  openbox >/dev/null 2>&1 &
+  pids+=($!)
+  sleep 1
+  local portA portB
+  start_unit rackA --center-mhz 70 --seed 3
+  portA=$unit_port
+  start_unit rackB --center-mhz 140 --rate-exponent 4 --seed 11
+  portB=$unit_port
+  mkdir -p "$work/settings" "$work/print"
+  (cd "$work/print" && XDG_CONFIG_HOME=$work/settings exec "$bin" >/dev/null 2>&1) &
+  pids+=($!)
+  local window; window=$(wait_window "^Tavrix Spectrum Analyzer - Version")
+  xdotool windowsize "$window" 1240 700
+  xdotool windowmove "$window" 10 10
+  sleep 0.5
+
+  # Communications > Add Tarvix Modem, the first unit: it becomes current and connects.
+  xdotool windowactivate --sync "$window" key alt+c; sleep 0.4; xdotool key a
+  wait_window "^Tarvix Modem Properties$" >/dev/null
+  xdotool type --delay 15 "Rack A 70 MHz"; xdotool key Tab; xdotool type --delay 15 "127.0.0.1:$portA"
+  xdotool key Return
+  wait_window "Connected to Rack A 70 MHz" >/dev/null
+  sleep 7  # captures on the plot behind the dialogs
+
+  # The manager, Add Modem, the second unit.
+  xdotool windowactivate --sync "$window" key alt+c; sleep 0.4; xdotool key m
+  local manager; manager=$(wait_window "^Select Modem$")
+  sleep 0.3
+  xdotool mousemove --window "$manager" 240 90 click 1  # "Add Modem"
+  wait_window "^Tarvix Modem Properties$" >/dev/null
+  xdotool type --delay 15 "Rack B 140 MHz"; xdotool key Tab; xdotool type --delay 15 "127.0.0.1:$portB"
+  sleep 0.3
+  import -window root -crop 1252x740+0+0 "$out/modem-properties.png"
+  echo "wrote $out/modem-properties.png"
+  xdotool key Return
+  sleep 0.6
+  import -window root -crop 1252x740+0+0 "$out/modem-manager.png"
+  echo "wrote $out/modem-manager.png"
+  xdotool key Escape
+  sleep 0.5
+
+  # The recent list: the unit heard from last at the top; the other one chosen from it.
+  xdotool windowactivate --sync "$window" key alt+c; sleep 0.4
+  xdotool key Down Down Down Down; sleep 0.4
+  import -window root -crop 1252x740+0+0 "$out/recent-menu.png"
+  echo "wrote $out/recent-menu.png"
+  xdotool key Return
+  wait_window "Connected to Rack B 140 MHz" >/dev/null
+  xdotool mousemove 1290 790
+  sleep 7
+  import -window root -crop 1252x740+0+0 "$out/switched-unit.png"
+  echo "wrote $out/switched-unit.png"
+
+  # File > Print...: the preview, its print button, the print dialog's file, Print.
+  xdotool windowactivate --sync "$window" key alt+f; sleep 0.4; xdotool key p
+  local preview; preview=$(wait_window "^Print Preview$")
+  sleep 1
+  local width; width=$(xdotool getwindowgeometry "$preview" | awk '/Geometry/ {split($2, g, "x"); print g[1]}')
+  xdotool mousemove --window "$preview" $((width - 22)) 19 click 1
+  wait_window "^Print$" >/dev/null
+  sleep 0.5
+  xdotool key alt+f key ctrl+a
+  xdotool type --delay 5 "$work/print/page.pdf"
+  xdotool key Return
+  for _ in $(seq 50); do [[ -s "$work/print/page.pdf" ]] && break; sleep 0.2; done
+  sleep 1
+  pdftoppm -r 100 -png -singlefile "$work/print/page.pdf" "$out/printed-page"
+  echo "wrote $out/printed-page.png"
+  cleanup
 }
 
 shoot 1 viewer.png
+label_window
 shoot 2 viewer@2x.png
 shoot 1 view-menu.png alt+v
 shoot 1 measuring.png measure
+directory_and_printing

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages the project needs to build, test and run.
-# Idempotent: when every package is present it installs nothing.
+# Installs the Debian 12 packages the project needs to build, test and run; with --docs
+# also what scripts/screenshots.sh needs. Idempotent: when every package is present it
+# installs nothing.
 set -euo pipefail
 
 PACKAGES=(
@@ -13,6 +14,8 @@ PACKAGES=(
   xvfb xauth xdotool imagemagick fonts-liberation
   desktop-file-utils appstream
 )
+# The pictures of the documentation also need a window manager (title bars) and a PDF reader.
+if [[ "${1:-}" == --docs ]]; then PACKAGES+=(openbox poppler-utils); fi
 
 missing=()
 for pkg in "${PACKAGES[@]}"; do
