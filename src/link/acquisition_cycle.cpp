@@ -379,13 +379,7 @@ void AcquisitionCycle::StartTick() {
             EndTick(tick);
             return;
           }
-          // The connection left for the next tick: a unit that no longer takes one is lost.
-          Connect(false, singleStep_, tick, [this, tick](bool connected) {
-            if (connected || Stale(tick))
-              EndTick(tick);
-            else
-              LostConnection([this, tick] { EndTick(tick); });
-          });
+          KeepConnection(tick);
         });
       });
     });
@@ -405,6 +399,11 @@ void AcquisitionCycle::RequestNotWritten(uint64_t tick) {
     LostConnection([this, tick] { EndTick(tick); });
     return;
   }
+  KeepConnection(tick);
+}
+
+// The connection left open for the next tick; a unit that no longer takes one is lost.
+void AcquisitionCycle::KeepConnection(uint64_t tick) {
   Connect(false, singleStep_, tick, [this, tick](bool connected) {
     if (connected || Stale(tick))
       EndTick(tick);

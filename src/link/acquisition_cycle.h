@@ -130,6 +130,7 @@ class AcquisitionCycle : public QObject {
   void FetchStep(std::function<void(bool)> then);
   void FetchNotOpened(std::function<void(bool)> then);
   void RequestNotWritten(uint64_t tick);
+  void KeepConnection(uint64_t tick);
   // The unit answers no connection: the question, or with it asked already, a new attempt.
   void LostConnection(std::function<void()> then);
   void ResumePolling();  // polling on again after the operator asked for the unit back
