@@ -1,4 +1,5 @@
 #include "app/about_box.h"
+#include "store/dialog_flags.h"
 
 #include <QClipboard>
 #include <QFont>
@@ -71,7 +72,7 @@ QString SystemInformationText() {
   return lines.join('\n') + '\n';
 }
 
-frmAbout::frmAbout(QWidget* parent) : QDialog(parent) {
+frmAbout::frmAbout(QWidget* parent) : QDialog(parent, kDialogFrameFlags) {
   setObjectName("frmAbout");
   setWindowTitle("About Tavrix Spectrum Analyzer");
 
@@ -134,7 +135,7 @@ frmAbout::frmAbout(QWidget* parent) : QDialog(parent) {
 }
 
 void frmAbout::cmdSysInfo_Click() {
-  QDialog dialog(this);
+  QDialog dialog(this, kDialogFrameFlags | Qt::WindowMaximizeButtonHint);
   dialog.setObjectName("frmSysInfo");
   dialog.setWindowTitle("System Information");
   const QString text = SystemInformationText();

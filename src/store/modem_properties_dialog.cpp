@@ -1,4 +1,5 @@
 #include "store/modem_properties_dialog.h"
+#include "store/dialog_flags.h"
 
 #include <QApplication>
 #include <QDateTime>
@@ -43,7 +44,7 @@ void MakeReadOnly(QLineEdit* box) {
 }  // namespace
 
 frmModem::frmModem(Modems& modems, const std::string& editedName, bool connected, Notices& notices, QWidget* parent)
-    : QDialog(parent), modems_(modems), editedName_(editedName), notices_(notices) {
+    : QDialog(parent, kDialogFrameFlags), modems_(modems), editedName_(editedName), notices_(notices) {
   setObjectName("frmModem");
   setWindowTitle("Tarvix Modem Properties");
 

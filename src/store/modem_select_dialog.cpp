@@ -1,4 +1,5 @@
 #include "store/modem_select_dialog.h"
+#include "store/dialog_flags.h"
 
 #include <QAction>
 #include <QHBoxLayout>
@@ -41,7 +42,7 @@ QAction* NewAction(const char* name, const char* caption, QMenu* menu) {
 }  // namespace
 
 frmModemSelect::frmModemSelect(Modems& modems, Notices& notices, ModemSelectHooks hooks, QWidget* parent)
-    : QDialog(parent), modems_(modems), notices_(notices), hooks_(std::move(hooks)) {
+    : QDialog(parent, kDialogFrameFlags), modems_(modems), notices_(notices), hooks_(std::move(hooks)) {
   setObjectName("frmModemSelect");
   setWindowTitle("Select Modem");
   if (!hooks_.IsConnected) hooks_.IsConnected = [](const std::string&) { return false; };
