@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 
+#include "app/save_dialog.h"
 #include "app/window_notices.h"
 #include "dsp/data_set_export.h"
 #include "dsp/point_navigation.h"
@@ -42,15 +43,7 @@ class SettingsStore;
 class PlotWidget;
 class StatusPanels;
 
-// How the save dialog of an export is set up.
-struct SaveDialogSetup {
-  QString Title;
-  QString Folder;
-  QString FileName;       // "*.TXT"
-  QString DefaultSuffix;  // "TXT"
-  QStringList Filters;
-};
-// Shows the dialog; the chosen file, or nothing when cancelled.
+// Replaces the save dialog: the chosen file, or nothing when cancelled.
 using FileChooser = std::function<std::optional<QString>(const SaveDialogSetup&)>;
 // Shows the colour dialog with a title and a starting colour; the chosen colour, or
 // nothing when cancelled.

@@ -2,7 +2,7 @@
 // block through the update onto the plot and the panels, the title, and the exports.
 #include <QAction>
 #include <QApplication>
-#include <QFileDialog>
+#include <QDir>
 #include <QFileInfo>
 #include <QMenu>
 #include <QProgressBar>
@@ -11,6 +11,7 @@
 #include "app/command_table.h"
 #include "app/main_window.h"
 #include "app/project_icons.h"
+#include "app/save_dialog.h"
 #include "app/status_panels.h"
 #include "app/version.h"
 #include "view/selection_readout.h"
@@ -24,18 +25,6 @@ constexpr int kCaptureBlinkMs = 400;
 
 QString Text(const std::string& text) { return QString::fromStdString(text); }
 
-std::optional<QString> ShowSaveDialog(QWidget* parent, const SaveDialogSetup& setup) {
-  QFileDialog dialog(parent, setup.Title, setup.Folder);
-  dialog.setAcceptMode(QFileDialog::AcceptSave);
-  dialog.setFileMode(QFileDialog::AnyFile);
-  dialog.setDefaultSuffix(setup.DefaultSuffix);
-  dialog.setNameFilters(setup.Filters);
-  // The writer asks its own overwrite question, with its own text.
-  dialog.setOption(QFileDialog::DontConfirmOverwrite);
-  dialog.selectFile(setup.FileName);
-  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
-  return dialog.selectedFiles().first();
-}
 
 }  // namespace
 

@@ -6,7 +6,7 @@
 #include <QClipboard>
 #include <QColorDialog>
 #include <QDateTime>
-#include <QFileDialog>
+#include <QDir>
 #include <QFileInfo>
 #include <QMimeData>
 #include <QPainter>
@@ -17,6 +17,7 @@
 #include "app/command_table.h"
 #include "app/main_window.h"
 #include "app/plot_widget.h"
+#include "app/save_dialog.h"
 #include "app/status_panels.h"
 #include "app/version.h"
 #include "common/picture_format.h"
@@ -97,12 +98,9 @@ void frmMain::mnuViewCopy_Click() {
 
 void frmMain::mnuFileSaveView_Click() {
   const SaveDialogSetup setup{"Save View As", lastPath_, "spectrum.png", "png",
-                              {"PNG Image (*.png)", "SVG Drawing (*.svg)"}};
-  const std::optional<QString> file = options_.ChooseSaveFile ? options_.ChooseSaveFile(setup) : [this, &setup] {
-    const QString chosen = QFileDialog::getSaveFileName(this, setup.Title, setup.Folder + "/" + setup.FileName,
-                                                        setup.Filters.join(";;"));
-    return chosen.isEmpty() ? std::nullopt : std::optional<QString>(chosen);
-  }();
+                              {"PNG Image (*.png)", "SVG Drawing (*.svg)"}, true};
+  const std::optional<QString> file =
+      options_.ChooseSaveFile ? options_.ChooseSaveFile(setup) : ShowSaveDialog(this, setup);
   if (!file || file->isEmpty()) return;
   QString path = *file;
   if (QFileInfo(path).suffix().isEmpty()) path += ".png";
