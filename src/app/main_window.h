@@ -183,6 +183,9 @@ class frmMain : public QMainWindow {
 
   // Settings, palettes and the directory at start.
   void LoadSettings();
+  // Writes the settings when they differ from the ones last written, so that a crash
+  // loses at most the last moments of changes.
+  void KeepSettings();
   void ApplySettings(const ViewerSettings& settings);
   void ApplyGeometry(const StoredGeometry& stored);
   StoredGeometry CurrentGeometry() const;
@@ -274,6 +277,8 @@ class frmMain : public QMainWindow {
   EntryBox* txtFreq_ = nullptr;
   EntryBox* txtAmp_ = nullptr;
   QTimer* timerCoord_ = nullptr;
+  QTimer* settingsKeeper_ = nullptr;
+  ViewerSettings savedSettings_;
   QTimer* curPointClick_ = nullptr;  // a click on "CurPoint" waits to see if a second follows
   std::array<QLineEdit*, 6> txtCursor_{};
   QPushButton* cmdUpdate_ = nullptr;

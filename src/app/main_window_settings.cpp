@@ -1,11 +1,12 @@
 // The main window and its settings: everything read at start in a fixed order (window
 // geometry, both palettes, the configuration keys, the modem directory), and written
-// back in the same order when the window closes.
+// back in the same order a moment after any of them changes and when the window closes.
 #include <QAction>
 #include <QCloseEvent>
 #include <QDir>
 #include <QGuiApplication>
 #include <QScreen>
+#include <QTimer>
 
 #include <algorithm>
 #include <cmath>
@@ -25,6 +26,9 @@ constexpr double kTwipsPerInch = 1440.0;
 constexpr double kFarPixels = 1e6;
 // A window shows at least this much of itself on some screen, or it is brought back.
 constexpr int kVisibleMargin = 48;
+// How often the settings are compared with the ones last written: a change reaches the
+// disk within this time, and a drag of the window writes at most once per interval.
+constexpr int kSettingsKeepMs = 2000;
 
 int PixelsOf(double twips, double dpi) {
   return static_cast<int>(std::lround(std::clamp(twips * dpi / kTwipsPerInch, -kFarPixels, kFarPixels)));
@@ -43,6 +47,11 @@ bool OnSomeScreen(const QRect& window) {
 void frmMain::LoadSettings() {
   const ViewerSettings settings = LoadViewerSettings(*store_, QDir::homePath().toStdString());
   ApplySettings(settings);
+  savedSettings_ = settings;
+  settingsKeeper_ = new QTimer(this);
+  settingsKeeper_->setInterval(kSettingsKeepMs);
+  connect(settingsKeeper_, &QTimer::timeout, this, &frmMain::KeepSettings);
+  settingsKeeper_->start();
   LoadDirectory();
   SetTitle();
   // The first tick of timerConnection connects to the unit used last; updates start only
@@ -144,8 +153,17 @@ ViewerSettings frmMain::CurrentSettings() const {
   return s;
 }
 
+void frmMain::KeepSettings() {
+  ViewerSettings now = CurrentSettings();
+  if (now == savedSettings_) return;
+  SaveViewerSettings(*store_, now);
+  store_->Sync();
+  savedSettings_ = std::move(now);
+}
+
 void frmMain::UnloadSettings() {
-  SaveViewerSettings(*store_, CurrentSettings());
+  savedSettings_ = CurrentSettings();
+  SaveViewerSettings(*store_, savedSettings_);
   SaveDirectory();
 }
 

@@ -19,10 +19,12 @@ struct StoredGeometry {
   double Top = 0;
   double Width = 11910;
   double Height = 5760;
+  bool operator==(const StoredGeometry&) const = default;
 };
 
 // Every setting the viewer keeps apart from the modem directory, with its default. The
-// main window holds the live values; this is what is loaded at start and saved at exit.
+// main window holds the live values; this is what is loaded at start, saved whenever it
+// has changed and saved at exit.
 struct ViewerSettings {
   StoredGeometry Window;
   std::array<Palette, 2> Palettes = kDefaultPalettes;
@@ -40,6 +42,7 @@ struct ViewerSettings {
   bool PeakHold = false;
   bool VideoAverage = false;
   bool LastTrace = false;
+  bool operator==(const ViewerSettings&) const = default;
 };
 
 // The stored keys of the palette colours, in the order they are read and written, with

@@ -13,6 +13,7 @@ struct CursorMark {
   float X = -1.0f;
   float Y = -1.0f;
   bool Placed() const { return !(X == -1.0f && Y == -1.0f); }
+  bool operator==(const CursorMark&) const = default;
 };
 
 // Everything one redraw shows, as a plain value: the same scene gives the same picture

@@ -83,14 +83,6 @@ QByteArray Contents(const QString& path) {
   return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-bool SameSettings(const ViewerSettings& a, const ViewerSettings& b) {
-  return a.Palettes == b.Palettes && a.CurrentPalette == b.CurrentPalette && a.PeakThreshold == b.PeakThreshold &&
-         a.CurrentTrace == b.CurrentTrace && a.PeakHold == b.PeakHold && a.VideoAverage == b.VideoAverage &&
-         a.LastTrace == b.LastTrace && a.PointMoves == b.PointMoves && a.CursorDisplay == b.CursorDisplay &&
-         a.SnapToPoint == b.SnapToPoint && a.WindowSpectrum == b.WindowSpectrum && a.Window.Width == b.Window.Width &&
-         a.Window.Height == b.Window.Height;
-}
-
 }  // namespace
 
 class EndToEndTest : public QObject {
@@ -154,7 +146,7 @@ class EndToEndTest : public QObject {
     Viewer again(settings);
     QSignalSpy connected(&again.w->Cycle(), &AcquisitionCycle::connectFinished);
     QVERIFY(connected.wait(kWaitMs) && connected.first().first().toBool());
-    QVERIFY(SameSettings(again.w->CurrentSettings(), before));
+    QVERIFY(again.w->CurrentSettings() == before);
     QVERIFY(again.w->Cycle().Stopped() && again.w->Button("PeakHold")->isChecked());
     QVERIFY(again.w->windowTitle().startsWith("Tavrix Spectrum Analyzer [Connected to Rack 1] - Version "));
     QTest::qWait(500);
@@ -231,7 +223,7 @@ class EndToEndTest : public QObject {
     w.close();
     v.w.reset();
     Viewer again(settings);
-    QVERIFY(SameSettings(again.w->CurrentSettings(), before));
+    QVERIFY(again.w->CurrentSettings() == before);
     QCOMPARE(again.w->Directory().Count(), 1);
   }
 };
