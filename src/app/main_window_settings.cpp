@@ -58,8 +58,13 @@ void frmMain::LoadSettings() {
   // when they were running at the last close. With no usable unit nothing is armed.
   if (CurrentModem() && options_.ConnectAtStart) cycle_->Start(settings.StopUpdates);
   if (!store_->SetAsideFile().isEmpty()) {
-    Notice("The settings file could not be read whole; it was kept as " + store_->SetAsideFile().toStdString() +
-           " and every readable setting restored.");
+    // Asked once the window is up: a status notice would vanish under the first
+    // connection's own.
+    const std::string text = "The settings file could not be read whole; it was kept as " +
+                             store_->SetAsideFile().toStdString() + " and every readable setting restored.";
+    QTimer::singleShot(0, this, [this, text] {
+      notices_->Ask(text, kProgramTitle, MessageButtons::Ok, MessageIcon::Exclamation);
+    });
   }
 }
 

@@ -150,6 +150,9 @@ class SettingsWindowTest : public QObject {
     // Huge and far-off geometry ends on the screen, no larger than it.
     const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
     QVERIFY(screen.intersects(v.w->geometry()) && v.w->height() <= screen.height());
+    // The operator is told where the unreadable file went.
+    QTRY_VERIFY(v.AskedTitled("Tavrix Spectrum Analyzer"));
+    QVERIFY(QString::fromStdString(v.questions.back().Text).contains("settings.conf.bad"));
     v.w->close();
     QVERIFY(LoadViewerSettings(SettingsStore(file), QDir::homePath().toStdString()) == s);
   }
