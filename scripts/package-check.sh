@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds the Debian package and proves it on a fresh Debian 12: a bookworm root made
 # with debootstrap, the package installed there by apt (which brings in what it
-# declares), then --version, --help, an export of a capture block, and the viewer with
-# --demo on the off-screen platform, whose simulated unit must come up and serve it.
+# declares), then --version, --help, an export of a capture block, the viewer with
+# --demo on a virtual screen there, whose picture must show the live trace (kept as
+# build/pkg/demo-from-package.png), and last a purge that must leave none of its files.
 # A developer's check, not part of the test command: it downloads a base system.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -46,14 +47,33 @@ version=$(in_root tavrix-spectrum --version | head -1)
 in_root tavrix-spectrum --help | grep -q '^Usage:' || fail "--help"
 in_root tavrix-spectrum export --set scaled --out /tmp/scaled.txt /tmp/block.bin >/dev/null || fail "export"
 [[ $(wc -l <"$root/tmp/scaled.txt") -eq 2049 ]] || fail "the export has $(wc -l <"$root/tmp/scaled.txt") lines"
-# The viewer with its simulated unit: the unit's child process must come up and be asked
-# for captures; then the viewer is closed.
-in_root sh -c 'QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR=/tmp tavrix-spectrum --demo >/tmp/demo.log 2>&1 &
+# The viewer with its simulated unit on a virtual screen of the fresh system: after a
+# few captures the screen must show the trace in the viewing palette's trace colour.
+in_root apt-get install -y -q --no-install-recommends xvfb x11-apps >"$root.log" 2>&1 ||
+  { tail -20 "$root.log" >&2; exit 1; }
+in_root sh -c 'Xvfb :7 -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
+               screen=$!
+               sleep 2
+               DISPLAY=:7 XDG_RUNTIME_DIR=/tmp tavrix-spectrum --demo >/tmp/demo.log 2>&1 &
                viewer=$!
-               sleep 8
+               sleep 12
                for p in /proc/[0-9]*; do tr "\0" " " <"$p/cmdline" 2>/dev/null; echo; done >/tmp/processes
-               kill "$viewer"; wait "$viewer" 2>/dev/null || true'
-grep -q "python3 /usr/share/tavrix-spectrum/demod_sim.py" "$root/tmp/processes" || fail "no simulated unit: $(cat "$root/tmp/demo.log")"
+               DISPLAY=:7 xwd -root -silent >/tmp/screen.xwd
+               kill "$viewer"; wait "$viewer" 2>/dev/null || true
+               kill "$screen"'
+grep -q "python3 -B /usr/share/tavrix-spectrum/demod_sim.py" "$root/tmp/processes" || fail "no simulated unit: $(cat "$root/tmp/demo.log")"
 ! grep -qi "could not\|needs Python\|not found" "$root/tmp/demo.log" || fail "$(cat "$root/tmp/demo.log")"
+convert "xwd:$root/tmp/screen.xwd" "$build/demo-from-package.png"
+trace=$(convert "$build/demo-from-package.png" -fill black +opaque "#F0E442" -fill white -opaque "#F0E442" \
+          -format "%[fx:round(mean*w*h)]" info:)
+(( trace > 1000 )) || fail "the screen shows no live trace ($trace trace pixels; see $build/demo-from-package.png)"
 [[ -f "$root/usr/share/icons/hicolor/48x48/apps/tavrix-spectrum.png" ]] || fail "no icon"
-echo "package-check: OK: $version installs on a fresh Debian 12 with its dependencies and runs --demo ($(( $(date +%s) - started )) s)"
+# Removal: every file the package put in place goes, and its own folders with them.
+mapfile -t installed < <(in_root dpkg -L tavrix-spectrum)
+in_root apt-get purge -y -q tavrix-spectrum >"$root.log" 2>&1 || { tail -20 "$root.log" >&2; exit 1; }
+left=()
+for f in "${installed[@]}" /usr/share/tavrix-spectrum; do
+  if [[ -e "$root$f" && ( ! -d "$root$f" || "$f" == /usr/share/tavrix-spectrum ) ]]; then left+=("$f"); fi
+done
+((${#left[@]} == 0)) || fail "the purge left ${left[*]}"
+echo "package-check: OK: $version installs on a fresh Debian 12 with its dependencies, shows the live display with --demo ($trace trace pixels) and purges without a trace ($(( $(date +%s) - started )) s)"

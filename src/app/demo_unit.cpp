@@ -76,7 +76,9 @@ void DemoUnit::Start() {
     return;
   }
   process_.setProgram(python);
-  process_.setArguments({script, "--port", "0", "--exit-with-parent", "--log", QProcess::nullDevice()});
+  // -B: no compiled modules left beside an installed script, which removing the package
+  // would leave behind.
+  process_.setArguments({"-B", script, "--port", "0", "--exit-with-parent", "--log", QProcess::nullDevice()});
   EndWithThisProcess(process_);
   deadline_.start();
   process_.start();
