@@ -25,7 +25,6 @@ constexpr int kCaptureBlinkMs = 400;
 
 QString Text(const std::string& text) { return QString::fromStdString(text); }
 
-
 }  // namespace
 
 void frmMain::SetCurrentModem(std::optional<ModemInfo> modem) {
