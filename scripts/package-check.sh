@@ -51,7 +51,7 @@ in_root tavrix-spectrum export --set scaled --out /tmp/scaled.txt /tmp/block.bin
 # few captures the screen must show the trace in the viewing palette's trace colour.
 in_root apt-get install -y -q --no-install-recommends xvfb x11-apps >"$root.log" 2>&1 ||
   { tail -20 "$root.log" >&2; exit 1; }
-in_root sh -c 'Xvfb :7 -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
+in_root sh -c 'Xvfb :7 -screen 0 1280x800x24 -nolisten tcp -noreset >/dev/null 2>&1 &
                screen=$!
                sleep 2
                DISPLAY=:7 XDG_RUNTIME_DIR=/tmp tavrix-spectrum --demo >/tmp/demo.log 2>&1 &

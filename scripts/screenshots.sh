@@ -40,7 +40,9 @@ free_display() {
 # start_screen WIDTH HEIGHT: a virtual screen of that many pixels; exports DISPLAY.
 start_screen() {
   local display; display=$(free_display)
-  Xvfb "$display" -screen 0 "$1x$2x24" -nolisten tcp >/dev/null 2>&1 &
+  # -noreset: the server would otherwise restart when the readiness probe below leaves,
+  # and a viewer connecting in that moment finds no display.
+  Xvfb "$display" -screen 0 "$1x$2x24" -nolisten tcp -noreset >/dev/null 2>&1 &
   pids+=($!)
   export DISPLAY=$display
   for _ in $(seq 50); do xdotool getdisplaygeometry >/dev/null 2>&1 && return; sleep 0.1; done
