@@ -496,8 +496,10 @@ def watch_parent():
     """Ends the simulator once standard input reaches its end: the viewer that started it
     holds the other end of the pipe, and the system closes it when the viewer ends."""
     def wait_for_end():
+        # The descriptor itself, not sys.stdin: a thread blocked in the buffered reader
+        # holds its lock, and Python aborts at exit when it cannot take that lock.
         try:
-            while sys.stdin.buffer.read(4096):
+            while os.read(sys.stdin.fileno(), 4096):
                 pass
         except (OSError, ValueError):
             pass
