@@ -4,7 +4,6 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QPushButton>
-#include <QSignalSpy>
 #include <QTimer>
 
 #include "link/recording_notices.h"
@@ -17,14 +16,17 @@ using namespace tavrix;
 namespace {
 
 const QDateTime kHeard(QDate(2024, 3, 1), QTime(6, 7, 8));
+constexpr MessageAnswer kOk = MessageAnswer::Ok, kCancel = MessageAnswer::Cancel, kYes = MessageAnswer::Yes,
+                        kNo = MessageAnswer::No;
 
-// Answers "OK to Overwrite" as told; everything else as the recording stand-in does.
+// Answers every question with `answer` (a box with OK alone with OK) and logs its title in `said`.
 struct ScriptedNotices : testing::RecordingNotices {
-  MessageAnswer overwrite = MessageAnswer::Ok;
+  QStringList said;
   MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
                     MessageIcon icon) override {
-    const MessageAnswer answer = RecordingNotices::Ask(text, title, buttons, icon);
-    return buttons == MessageButtons::OkCancel ? overwrite : answer;
+    said << QString::fromStdString(title);
+    const MessageAnswer given = RecordingNotices::Ask(text, title, buttons, icon);
+    return buttons == MessageButtons::Ok ? given : answer;
   }
 };
 
@@ -45,12 +47,6 @@ QStringList Contents(const Modems& modems) {
   return lines;
 }
 
-QStringList ListTexts(const QListWidget* list) {
-  QStringList texts;
-  for (int i = 0; i < list->count(); ++i) texts << list->item(i)->text();
-  return texts;
-}
-
 }  // namespace
 
 class ModemDialogsTest : public QObject {
@@ -69,13 +65,14 @@ class ModemDialogsTest : public QObject {
   void propertiesFill() {
     QFETCH(QString, edited);
     QFETCH(bool, connected);
-    QFETCH(QStringList, boxes);
     Modems modems = Directory({"Alpha", "Beta"});
     ScriptedNotices notices;
     frmModem dialog(modems, edited.toStdString(), connected, notices);
-    const QList<QLineEdit*> shown = {dialog.txtModemName, dialog.txtIPA, dialog.txtStatus, dialog.txtLastComm};
-    for (int i = 0; i < shown.size(); ++i) QCOMPARE(shown[i]->text(), boxes[i]);
-    QCOMPARE(dialog.txtIPA->placeholderText(), "255.255.255.255");
+    QStringList boxes;
+    for (const QLineEdit* box : {dialog.txtModemName, dialog.txtIPA, dialog.txtStatus, dialog.txtLastComm})
+      boxes << box->text();
+    QTEST(boxes, "boxes");
+    QCOMPARE(dialog.windowTitle() + " " + dialog.txtIPA->placeholderText(), "Tarvix Modem Properties 255.255.255.255");
   }
 
   // A refusal keeps the dialog open, is asked once and puts the focus in the box at fault; leaving the address
@@ -84,8 +81,8 @@ class ModemDialogsTest : public QObject {
     QTest::addColumn<QString>("action");  // "ok", or the box the focus moves to
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("address");
-    QTest::addColumn<QString>("title");   // empty: nothing asked
-    QTest::addColumn<QString>("focus");   // empty: not checked
+    QTest::addColumn<QString>("said");
+    QTest::addColumn<QString>("focus");  // empty: not checked
     QTest::newRow("no name") << "ok" << "" << "192.168.0.256" << "Unnamed Modem" << "txtModemName";
     QTest::newRow("no address") << "ok" << "Gamma" << " " << "Missing IP Address" << "txtIPA";
     QTest::newRow("OK, out of range") << "ok" << "Gamma" << "192.168.0.256" << "Invalid IP Address" << "txtIPA";
@@ -99,12 +96,11 @@ class ModemDialogsTest : public QObject {
     QFETCH(QString, action);
     QFETCH(QString, name);
     QFETCH(QString, address);
-    QFETCH(QString, title);
     QFETCH(QString, focus);
     Modems modems = Directory({"Alpha", "Beta"});
     const QStringList before = Contents(modems);
     ScriptedNotices notices;
-    notices.overwrite = MessageAnswer::Cancel;
+    notices.answer = kCancel;
     frmModem dialog(modems, kNewModemMarker, false, notices);
     dialog.show();
     QVERIFY(QTest::qWaitForWindowActive(&dialog));
@@ -117,126 +113,98 @@ class ModemDialogsTest : public QObject {
       dialog.findChild<QWidget*>(action)->setFocus(Qt::TabFocusReason);
     QTest::qWait(20);
     QVERIFY(dialog.isVisible() && !dialog.Outcome().Stored);
-    QCOMPARE(notices.boxes.size(), size_t(title.isEmpty() ? 0 : 1));
-    if (!title.isEmpty()) QCOMPARE(QString::fromStdString(notices.boxes.back().title), title);
+    QTEST(notices.said.join("; "), "said");
     if (!focus.isEmpty()) QCOMPARE(QApplication::focusWidget()->objectName(), focus);
     QCOMPARE(Contents(modems), before);
   }
 
-  void managerRemove_data() {
+  // A command on Beta of Alpha, Beta, Gamma: what is asked and reported, in order, and the list after with its
+  // selection. The properties hook logs whom it edits and stores `name` as OK would.
+  void managerCommands_data() {
+    QTest::addColumn<QString>("command");  // "add", "dclick" for Properties, "remove", "ok", "cancel"
     QTest::addColumn<MessageAnswer>("answer");
-    QTest::addColumn<QStringList>("left");
-    QTest::newRow("Yes") << MessageAnswer::Yes
-                         << QStringList{"1 Alpha 10.0.0.1", "2 Gamma 10.0.0.3", "3 Delta 10.0.0.4"};
-    QTest::newRow("No") << MessageAnswer::No
-                        << QStringList{"1 Alpha 10.0.0.1", "2 Beta 10.0.0.2", "3 Gamma 10.0.0.3", "4 Delta 10.0.0.4"};
+    QTest::addColumn<QString>("name");  // typed into the properties; the selection after
+    QTest::addColumn<QString>("said");
+    QTest::addColumn<QString>("list");
+    QTest::newRow("add") << "add" << kOk << "Zeta" << "edit <$$New Modem$$>; changed" << "Alpha Beta Gamma Zeta";
+    QTest::newRow("rename") << "dclick" << kOk << "Zeta" << "edit Beta; renamed Beta Zeta; changed"
+                            << "Alpha Zeta Gamma";
+    QTest::newRow("new address") << "dclick" << kOk << "Beta" << "edit Beta; changed" << "Alpha Beta Gamma";
+    QTest::newRow("onto another") << "dclick" << kOk << "Gamma"
+                                  << "edit Beta; OK to Overwrite; renamed Beta Gamma; removed Beta; changed"
+                                  << "Alpha Gamma";
+    QTest::newRow("remove") << "remove" << kYes << "Gamma" << "OK to Remove; removed Beta; changed" << "Alpha Gamma";
+    QTest::newRow("remove, No") << "remove" << kNo << "Beta" << "OK to Remove" << "Alpha Beta Gamma";
+    QTest::newRow("OK") << "ok" << kOk << "Beta" << "accepted Beta" << "Alpha Beta Gamma";
+    QTest::newRow("Cancel") << "cancel" << kOk << "Alpha" << "rejected nothing" << "Alpha Beta Gamma";
   }
-  void managerRemove() {
+  void managerCommands() {
+    QFETCH(QString, command);
+    QFETCH(QString, name);
     QFETCH(MessageAnswer, answer);
-    QFETCH(QStringList, left);
-    Modems modems = Directory({"Alpha", "Beta", "Gamma", "Delta"});
+    Modems modems = Directory({"Alpha", "Beta", "Gamma"});
     ScriptedNotices notices;
     notices.answer = answer;
-    frmModemSelect dialog(modems, notices, {});
-    QCOMPARE(ListTexts(dialog.listModems), QStringList({"Alpha", "Beta", "Gamma", "Delta"}));
-    QSignalSpy removed(&dialog, &frmModemSelect::modemRemoved);
-    QSignalSpy changed(&dialog, &frmModemSelect::directoryChanged);
-    dialog.listModems->setCurrentRow(1);
-    dialog.cmdRemove->click();
-    QCOMPARE(QString::fromStdString(notices.boxes.back().title), "OK to Remove");
-    QCOMPARE(Contents(modems), left);
-    QCOMPARE(dialog.listModems->count(), left.size());
-    QCOMPARE(changed.count(), answer == MessageAnswer::Yes ? 1 : 0);
-    if (answer == MessageAnswer::Yes) QCOMPARE(removed.value(0).value(0).toString(), "Beta");
-    QVERIFY(dialog.listModems->currentItem() != nullptr);
-  }
-
-  // Remove, Properties and OK need a selection; OK chooses it, Cancel chooses nothing.
-  void managerChoosing() {
-    for (const QStringList& names : {QStringList{"Alpha", "Beta"}, QStringList{}}) {
-      Modems modems = Directory(names);
-      ScriptedNotices notices;
-      int edits = 0;
-      frmModemSelect dialog(modems, notices, {nullptr, [&](const std::string&) {
-                                                ++edits;
-                                                return StoreOutcome{};
-                                              }});
-      dialog.listModems->clearSelection();
-      dialog.cmdRemove_Click();
-      dialog.cmdProps_Click();
-      dialog.cmdOK_Click();
-      QVERIFY(notices.boxes.empty() && edits == 0 && !dialog.Chosen() && dialog.result() != QDialog::Accepted);
-      QCOMPARE(modems.Count(), int(names.size()));
-    }
-    Modems modems = Directory({"Alpha", "Beta", "Gamma"});
-    ScriptedNotices notices;
-    frmModemSelect chosen(modems, notices, {}), cancelled(modems, notices, {});
-    chosen.listModems->setCurrentRow(2);
-    chosen.cmdOK->click();
-    QCOMPARE(QString::fromStdString(chosen.Chosen().value_or("")), "Gamma");
-    QCOMPARE(chosen.result(), int(QDialog::Accepted));
-    cancelled.cmdCancel->click();
-    QVERIFY(!cancelled.Chosen() && cancelled.result() == QDialog::Rejected);
-  }
-
-  // What the properties dialog stored comes back as signals and a new list (the hook stores as OK would).
-  void managerEdits_data() {
-    QTest::addColumn<bool>("add");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QStringList>("renamed");
-    QTest::addColumn<QString>("removed");
-    QTest::addColumn<QStringList>("list");
-    QTest::newRow("rename") << false << "Zeta" << QStringList{"Beta", "Zeta"} << ""
-                            << QStringList{"Alpha", "Zeta", "Gamma"};
-    QTest::newRow("new address") << false << "Beta" << QStringList{} << "" << QStringList{"Alpha", "Beta", "Gamma"};
-    QTest::newRow("onto another") << false << "Gamma" << QStringList{"Beta", "Gamma"} << "Beta"
-                                  << QStringList{"Alpha", "Gamma"};
-    QTest::newRow("add") << true << "Zeta" << QStringList{} << "" << QStringList{"Alpha", "Beta", "Gamma", "Zeta"};
-  }
-  void managerEdits() {
-    QFETCH(bool, add);
-    QFETCH(QString, name);
-    QFETCH(QStringList, renamed);
-    QFETCH(QString, removed);
-    QFETCH(QStringList, list);
-    Modems modems = Directory({"Alpha", "Beta", "Gamma"});
-    ScriptedNotices notices;
-    std::string edited;
-    auto store = [&](const std::string& editedName) {
-      edited = editedName;
-      return StoreModem(modems, editedName, name.toStdString(), "1.2.3.4", kHeard, notices);
+    auto store = [&](const std::string& edited) {
+      notices.said << "edit " + QString::fromStdString(edited);
+      return StoreModem(modems, edited, name.toStdString(), "1.2.3.4", kHeard, notices);
     };
     frmModemSelect dialog(modems, notices, {nullptr, store});
-    QSignalSpy renames(&dialog, &frmModemSelect::modemRenamed);
-    QSignalSpy removals(&dialog, &frmModemSelect::modemRemoved);
-    QSignalSpy changes(&dialog, &frmModemSelect::directoryChanged);
+    connect(&dialog, &frmModemSelect::modemRenamed,
+            [&](const QString& from, const QString& to) { notices.said << "renamed " + from + " " + to; });
+    connect(&dialog, &frmModemSelect::modemRemoved, [&](const QString& gone) { notices.said << "removed " + gone; });
+    connect(&dialog, &frmModemSelect::directoryChanged, [&] { notices.said << "changed"; });
+    connect(&dialog, &QDialog::finished, [&](int result) {
+      notices.said << (result == QDialog::Accepted ? "accepted " : "rejected ") +
+                          QString::fromStdString(dialog.Chosen().value_or("nothing"));
+    });
     dialog.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    if (add) {
+    if (command == "add") {
       dialog.cmdAdd->click();
-    } else {  // Properties by a double click on Beta
+    } else if (command == "cancel") {
+      dialog.cmdCancel->click();
+    } else if (command != "dclick") {
+      dialog.listModems->setCurrentRow(1);
+      (command == "ok" ? dialog.cmdOK : dialog.cmdRemove)->click();
+    } else {
       const QRect item = dialog.listModems->visualItemRect(dialog.listModems->item(1));
       const QPoint at = dialog.listModems->viewport()->mapTo(&dialog, item.center());
       QTest::mouseDClick(dialog.windowHandle(), Qt::LeftButton, {}, at);
     }
-    QCOMPARE(QString::fromStdString(edited), add ? kNewModemMarker : "Beta");
-    QCOMPARE(renames.isEmpty() ? QStringList{} : QStringList({renames[0][0].toString(), renames[0][1].toString()}),
-             renamed);
-    QCOMPARE(removals.isEmpty() ? QString() : removals[0][0].toString(), removed);
-    QCOMPARE(changes.count(), 1);
-    QCOMPARE(ListTexts(dialog.listModems), list);
+    QTEST(notices.said.join("; "), "said");
+    QStringList list;
+    for (int i = 0; i < dialog.listModems->count(); ++i) list << dialog.listModems->item(i)->text();
+    QTEST(list.join(" "), "list");
     QCOMPARE(dialog.listModems->currentItem()->text(), name);
   }
 
-  void managerMenu() {
+  // Remove, Properties and OK need a selection, in a list with entries or without.
+  void managerWithoutSelection() {
+    for (const QStringList& names : {QStringList{"Alpha", "Beta"}, QStringList{}}) {
+      Modems modems = Directory(names);
+      ScriptedNotices notices;
+      const auto none = [&](const std::string&) { notices.said << "Properties"; return StoreOutcome{}; };
+      frmModemSelect dialog(modems, notices, {nullptr, none});
+      dialog.listModems->clearSelection();
+      dialog.cmdRemove_Click(), dialog.cmdProps_Click(), dialog.cmdOK_Click();
+      QVERIFY(notices.said.isEmpty() && !dialog.Chosen() && dialog.result() != QDialog::Accepted);
+      QCOMPARE(modems.Count(), int(names.size()));
+    }
+  }
+
+  // The captions, and the Edit menu popping up on a right click in the list.
+  void managerCaptionsAndMenu() {
     Modems modems = Directory({"Alpha"});
     ScriptedNotices notices;
     frmModemSelect dialog(modems, notices, {});
-    QCOMPARE(dialog.mnuEdit->title(), "&Edit");
-    QStringList captions;
+    QStringList captions = {dialog.windowTitle(), dialog.mnuEdit->title()};
     for (const QAction* action : dialog.mnuEdit->actions())
       if (!action->isSeparator()) captions << action->text();
-    QCOMPARE(captions, QStringList({"&Add New Modem", "&Remove Modem", "&Edit Modem Properties", "&Done"}));
+    for (const QPushButton* b : {dialog.cmdOK, dialog.cmdCancel, dialog.cmdAdd, dialog.cmdRemove, dialog.cmdProps})
+      captions << b->text();
+    QCOMPARE(captions.join("|"), "Select Modem|&Edit|&Add New Modem|&Remove Modem|&Edit Modem Properties|&Done|"
+                                 "OK|Cancel|Add Modem|Remove Modem|Properties");
     dialog.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));
     bool shown = false;

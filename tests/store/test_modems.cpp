@@ -1,6 +1,5 @@
-// The modem directory without its dialogs: the address check, storing and removing
-// entries with their questions, the recent list, and the directory's round trip
-// through the settings store with the repairs made at load and save.
+// The modem directory without its dialogs: the address check, storing and removing entries
+// with their questions, the recent list, and the round trip through the settings store.
 #include <QTemporaryDir>
 #include <QtTest>
 #include <memory>
@@ -16,46 +15,50 @@ using namespace tavrix;
 
 namespace {
 
-// Answers an OK or Cancel question as it answers Yes or No.
-class ScriptedNotices : public testing::RecordingNotices {
- public:
+// Answers every question with `answer`; a box with OK alone is answered OK.
+struct ScriptedNotices : testing::RecordingNotices {
   MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
                     MessageIcon icon) override {
     const MessageAnswer said = RecordingNotices::Ask(text, title, buttons, icon);
-    if (buttons != MessageButtons::OkCancel) return said;
-    return answer == MessageAnswer::Yes ? MessageAnswer::Ok : MessageAnswer::Cancel;
+    return buttons == MessageButtons::Ok ? said : answer;
   }
 };
 
 const QDateTime kBase(QDate(2024, 3, 1), QTime(12, 0));
 const QDateTime kNow = kBase.addDays(1);
-// StoreModem on the entries A, B, C ("start"): the boxes, the answer to a question, the
-// directory after, the title of the one box shown and the box the focus goes back to.
-struct StoreCase {
+const std::string kNew = kNewModemMarker;
+constexpr MessageAnswer kOk = MessageAnswer::Ok, kCancel = MessageAnswer::Cancel, kYes = MessageAnswer::Yes,
+                        kNo = MessageAnswer::No;
+
+// An edit of the entries A, B, C, D ("start"): StoreModem with the boxes, or RemoveModem of
+// `name` when there is no address; the answer to the question, the directory after, the title
+// of the one box shown, the box the focus goes back to and the entry removed by the edit.
+struct EditCase {
   const char* tag;
-  std::string edited, name, address;
-  bool agree;
+  std::string edited, name;
+  const char* address;
+  MessageAnswer answer;
   const char *after, *title;
-  ModemBox focus;
+  ModemBox focus = ModemBox::None;
   std::string removed = "";
 };
-const QString kStart = "A=1#1; B=2#2; C=3#3";
-const std::string kNew = kNewModemMarker;
-const StoreCase kStoreCases[] = {
-    {"new, boxes trimmed", kNew, " D ", " 10.0.0.4:21 ", true, "start; D=10.0.0.4:21#4+*", "", ModemBox::None},
-    {"blank name", kNew, "  ", "1.2.3.4", true, "start", "Unnamed Modem", ModemBox::Name},
-    {"marker as a name", kNew, kNew, "1.2.3.4", true, "start", "Unnamed Modem", ModemBox::Name},
-    {"blank address", kNew, "D", " ", true, "start", "Missing IP Address", ModemBox::Address},
-    {"address refused", "B", "B", "10.0.0.256", true, "start", "Invalid IP Address", ModemBox::Address},
-    {"new, name taken, Cancel", kNew, "b", "9.9.9.9", false, "start", "OK to Overwrite", ModemBox::Name},
-    {"new, name taken, OK", kNew, "b", "9.9.9.9", true, "A=1#1; b=9.9.9.9#2+*; C=3#3", "OK to Overwrite",
-     ModemBox::None},
-    {"address edited in place", "B", "B", "9.9.9.9", true, "A=1#1; B=9.9.9.9#2; C=3#3", "", ModemBox::None},
-    {"renamed in place", "B", "Bee", "2.2.2.2", true, "A=1#1; Bee=2.2.2.2#2; C=3#3", "", ModemBox::None},
-    {"renamed by case", "B", "b", "2.2.2.2", true, "A=1#1; b=2.2.2.2#2; C=3#3", "", ModemBox::None},
-    {"renamed onto another, Cancel", "A", "c", "9.9.9.9", false, "start", "OK to Overwrite", ModemBox::Name},
-    {"renamed onto another, OK", "A", "c", "9.9.9.9", true, "B=2#1; c=9.9.9.9#2+*", "OK to Overwrite", ModemBox::None,
-     "A"},
+const EditCase kEdits[] = {
+    {"new, boxes trimmed", kNew, " E ", " 10.0.0.4:21 ", kOk, "start; E=10.0.0.4:21#5+*", ""},
+    {"blank name", kNew, "  ", "1.2.3.4", kOk, "start", "Unnamed Modem", ModemBox::Name},
+    {"marker as a name", kNew, kNew, "1.2.3.4", kOk, "start", "Unnamed Modem", ModemBox::Name},
+    {"blank address", kNew, "E", " ", kOk, "start", "Missing IP Address", ModemBox::Address},
+    {"address refused", "B", "B", "10.0.0.256", kOk, "start", "Invalid IP Address", ModemBox::Address},
+    {"new, name taken, Cancel", kNew, "b", "9.9.9.9", kCancel, "start", "OK to Overwrite", ModemBox::Name},
+    {"new, name taken, OK", kNew, "b", "9.9.9.9", kOk, "A=1#1; b=9.9.9.9#2+*; C=3#3; D=4#4", "OK to Overwrite"},
+    {"address edited in place", "B", "B", "9.9.9.9", kOk, "A=1#1; B=9.9.9.9#2; C=3#3; D=4#4", ""},
+    {"renamed in place", "B", "Bee", "2.2.2.2", kOk, "A=1#1; Bee=2.2.2.2#2; C=3#3; D=4#4", ""},
+    {"renamed by case", "B", "b", "2.2.2.2", kOk, "A=1#1; b=2.2.2.2#2; C=3#3; D=4#4", ""},
+    {"renamed onto another, Cancel", "A", "c", "9.9.9.9", kCancel, "start", "OK to Overwrite", ModemBox::Name},
+    {"renamed onto another, OK", "A", "c", "9.9.9.9", kOk, "B=2#1; c=9.9.9.9#2+*; D=4#3", "OK to Overwrite",
+     ModemBox::None, "A"},
+    {"remove second of four", "", "B", nullptr, kYes, "A=1#1; C=3#2; D=4#3", "OK to Remove"},
+    {"remove first of four", "", "a", nullptr, kYes, "B=2#1; C=3#2; D=4#3", "OK to Remove"},
+    {"remove answered No", "", "B", nullptr, kNo, "start", "OK to Remove"},
 };
 
 // Entries named by the letters, numbered in order, with addresses "1", "2"..., heard from at kBase.
@@ -82,138 +85,94 @@ class ModemsTest : public QObject {
 
  private slots:
   void addressCheck() {
+    const char *ok = nullptr, *range = kAddressOutOfRange, *count = kAddressSectionCount;
     const std::string nines(40, '9'), eights(30, '8');
-    const struct {
-      std::string text;
-      const char* refusal;  // nothing, or the message
-    } cases[] = {
-        {"0.0.0.0", nullptr},
-        {" 7.x. 0.255", nullptr},  // blanks, and a section without digits counts as 0
-        {"10.0.0.1:2121", nullptr},
-        {"10.0.0.1:65535", nullptr},
-        {"192.168.0.256", kAddressOutOfRange},
-        {"1.2.3." + nines, kAddressOutOfRange},
-        {"192.168.0", kAddressSectionCount},
-        {"1.2.3.4.5", kAddressSectionCount},
-        {"1.300", kAddressOutOfRange},  // out of range wins over the count
-        {"10.0.0.1:", kAddressOutOfRange},
-        {"10.0.0.1:0", kAddressOutOfRange},
-        {"10.0.0.1:65536", kAddressOutOfRange},
-        {"10.0.0.1:12ab", kAddressOutOfRange},
-        {"10.0.0.1:" + eights, kAddressOutOfRange},
-        {"1.2.3:80", kAddressSectionCount},
-        {"1.2.3:0", kAddressOutOfRange},  // and so does a bad port
-    };
-    for (const auto& c : cases) {
-      const std::optional<AddressRefusal> got = CheckModemAddress(c.text);
+    const std::pair<std::string, const char*> cases[] = {
+        {"0.0.0.0", ok}, {" 7.x. 0.255", ok},  // blanks, and a section without digits counts as 0
+        {"10.0.0.1:2121", ok}, {"10.0.0.1:65535", ok}, {"192.168.0.256", range}, {"1.2.3." + nines, range},
+        {"192.168.0", count}, {"1.2.3.4.5", count}, {"1.2.3:80", count},
+        {"1.300", range}, {"1.2.3:0", range},  // out of range, of a section or the port, wins over the count
+        {"10.0.0.1:", range}, {"10.0.0.1:0", range}, {"10.0.0.1:65536", range}, {"10.0.0.1:12ab", range},
+        {"10.0.0.1:" + eights, range}};
+    for (const auto& [text, refusal] : cases) {
+      const std::optional<AddressRefusal> got = CheckModemAddress(text);
       const std::string said = got ? std::string(got->Title) + ": " + got->Text : "";
-      QVERIFY2(said == (c.refusal ? std::string("Invalid IP Address: ") + c.refusal : ""), c.text.c_str());
+      QVERIFY2(said == (refusal ? std::string("Invalid IP Address: ") + refusal : ""), text.c_str());
     }
-    // Any text at all is answered.
-    std::mt19937 random(7);
-    const std::string alphabet = "0123456789.: \tx";
-    std::string text;
-    for (int i = 0; i < 20000; ++i, text.clear()) {
-      for (size_t length = random() % 40; text.size() < length;) text += alphabet[random() % alphabet.size()];
+    std::mt19937 random(7);  // any text at all is answered
+    for (int i = 0; i < 20000; ++i) {
+      std::string text(random() % 40, ' ');
+      for (char& c : text) c = "0123456789.: \tx"[random() % 15];
       CheckModemAddress(text);
     }
   }
 
-  void storeModem_data() {
+  void edits_data() {
     QTest::addColumn<int>("row");
-    for (size_t i = 0; i < std::size(kStoreCases); ++i) QTest::newRow(kStoreCases[i].tag) << int(i);
+    for (size_t i = 0; i < std::size(kEdits); ++i) QTest::newRow(kEdits[i].tag) << int(i);
   }
-  void storeModem() {
+  void edits() {
     QFETCH(int, row);
-    const StoreCase& c = kStoreCases[row];
-    static const QMap<QString, QString> texts = {
-        {"Unnamed Modem", "You cannot add a modem without a name!"},
-        {"Missing IP Address", "You cannot add a modem without an IP address!"},
-        {"Invalid IP Address", kAddressOutOfRange},
-        {"OK to Overwrite", "A modem already exists with this name!  Is it okay to overwrite the previous modem?"}};
-    Modems modems = Directory("ABC");
+    const EditCase& c = kEdits[row];
+    using B = MessageButtons;
+    static const QMap<QString, std::pair<QString, B>> boxes = {
+        {"Unnamed Modem", {"You cannot add a modem without a name!", B::Ok}},
+        {"Missing IP Address", {"You cannot add a modem without an IP address!", B::Ok}},
+        {"Invalid IP Address", {kAddressOutOfRange, B::Ok}},
+        {"OK to Overwrite",
+         {"A modem already exists with this name!  Is it okay to overwrite the previous modem?", B::OkCancel}},
+        {"OK to Remove", {"Are you sure you wish to remove %1?", B::YesNo}}};
+    Modems modems = Directory("ABCD");
     ScriptedNotices notices;
-    notices.answer = c.agree ? MessageAnswer::Yes : MessageAnswer::No;
-    const StoreOutcome outcome = StoreModem(modems, c.edited, c.name, c.address, kNow, notices);
-    QCOMPARE(Describe(modems), QString(c.after).replace("start", kStart));
-    QCOMPARE(outcome.Stored, c.focus == ModemBox::None);
-    QVERIFY(outcome.Focus == c.focus);
-    QCOMPARE(outcome.RemovedName, c.removed);
-    if (outcome.Stored) QCOMPARE(QString::fromStdString(outcome.StoredName), QString::fromStdString(c.name).trimmed());
+    notices.answer = c.answer;
+    const bool changes = QString(c.after) != "start";
+    if (c.address) {
+      const StoreOutcome outcome = StoreModem(modems, c.edited, c.name, c.address, kNow, notices);
+      QCOMPARE(outcome.Stored, changes);
+      QVERIFY(outcome.Focus == c.focus);
+      QCOMPARE(outcome.RemovedName, c.removed);
+      QCOMPARE(outcome.StoredName, changes ? QString::fromStdString(c.name).trimmed().toStdString() : "");
+    } else {
+      QCOMPARE(RemoveModem(modems, c.name, notices), changes);
+      QCOMPARE(modems.Exists(c.name), !changes);  // an unknown name is simply not there
+    }
+    QCOMPARE(Describe(modems), QString(c.after).replace("start", "A=1#1; B=2#2; C=3#3; D=4#4"));
     const QString title = c.title;
     QCOMPARE(notices.boxes.size(), title.isEmpty() ? size_t(0) : size_t(1));
     if (title.isEmpty()) return;
-    QCOMPARE(QString::fromStdString(notices.boxes[0].text), texts[title]);
-    QCOMPARE(QString::fromStdString(notices.boxes[0].title), title);
-    QVERIFY(notices.boxes[0].buttons == (title == "OK to Overwrite" ? MessageButtons::OkCancel : MessageButtons::Ok));
-    QVERIFY(notices.boxes[0].icon == MessageIcon::Exclamation);
+    const auto& box = notices.boxes[0];
+    const auto& [text, buttons] = boxes[title];
+    QCOMPARE(QString::fromStdString(box.title), title);
+    QCOMPARE(QString::fromStdString(box.text), c.address ? text : text.arg(QString::fromStdString(c.name).toUpper()));
+    QVERIFY(box.buttons == buttons && box.icon == MessageIcon::Exclamation);
   }
 
-  void removeModem_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("yes");
-    QTest::addColumn<QString>("after");
-    QTest::newRow("second of four") << "B" << true << "A=1#1; C=3#2; D=4#3";
-    QTest::newRow("first of four") << "a" << true << "B=2#1; C=3#2; D=4#3";
-    QTest::newRow("answered No") << "B" << false << "A=1#1; B=2#2; C=3#3; D=4#4";
-  }
-  void removeModem() {
-    QFETCH(QString, name);
-    QFETCH(bool, yes);
-    QFETCH(QString, after);
-    Modems modems = Directory("ABCD");
-    ScriptedNotices notices;
-    notices.answer = yes ? MessageAnswer::Yes : MessageAnswer::No;
-    QCOMPARE(RemoveModem(modems, name.toStdString(), notices), yes);
-    QCOMPARE(Describe(modems), after);
-    QCOMPARE(modems.Exists(name.toStdString()), !yes);  // an unknown name is simply not there
-    QCOMPARE(notices.boxes.size(), size_t(1));
-    QCOMPARE(notices.boxes[0].text, "Are you sure you wish to remove " + name.toUpper().toStdString() + "?");
-    QVERIFY(notices.boxes[0].title == "OK to Remove" && notices.boxes[0].buttons == MessageButtons::YesNo &&
-            notices.boxes[0].icon == MessageIcon::Exclamation);
-  }
-
-  void recentList_data() {
-    QTest::addColumn<QList<int>>("minutes");  // each entry's last communication after kBase; -1: never
-    QTest::addColumn<QList<int>>("recent");   // places 1..10
-    QTest::newRow("twelve: the ten newest, oldest first")
-        << QList<int>{5, 3, 12, 1, 7, 9, 2, 11, 4, 10, 8, 6} << QList<int>{2, 9, 1, 12, 5, 11, 6, 10, 8, 3};
-    QTest::newRow("equal times: the higher number newer")
-        << QList<int>{0, 0, 0} << QList<int>{1, 2, 3, 0, 0, 0, 0, 0, 0, 0};
-    QTest::newRow("never heard from is oldest") << QList<int>{-1, 0, -1} << QList<int>{1, 3, 2, 0, 0, 0, 0, 0, 0, 0};
-    QTest::newRow("empty") << QList<int>{} << QList<int>(10, 0);
-  }
+  // Each entry's last communication in minutes after kBase (-1: never), and places 1..10 of the recent list.
   void recentList() {
-    QFETCH(QList<int>, minutes);
-    QFETCH(QList<int>, recent);
-    Modems modems;
-    for (int n = 1; n <= minutes.size(); ++n) {
-      const int m = minutes[n - 1];
-      modems.Add(0, n, m < 0 ? OldestTime() : kBase.addSecs(60 * m), false, "1.1.1.1", QString("U%1").arg(n).toStdString());
+    const std::pair<QList<int>, QList<int>> cases[] = {
+        {{5, 3, 12, 1, 7, 9, 2, 11, 4, 10, 8, 6}, {2, 9, 1, 12, 5, 11, 6, 10, 8, 3}},  // the ten newest, oldest first
+        {{0, 0, 0}, {1, 2, 3}},                                                        // equal: the higher number newer
+        {{-1, 0, -1}, {1, 3, 2}},                                                      // never heard from is oldest
+        {{}, {}}};
+    for (auto [minutes, recent] : cases) {
+      Modems modems;
+      for (int n = 1; n <= minutes.size(); ++n) {
+        const int m = minutes[n - 1];
+        modems.Add(0, n, m < 0 ? OldestTime() : kBase.addSecs(60 * m), false, "1.1.1.1", std::to_string(n));
+      }
+      modems.SetRecent();
+      recent.resize(kRecentPlaces);  // the places after the last entry are empty
+      QList<int> got;
+      for (int place = 0; place <= kRecentPlaces + 1; ++place) got << modems.GetRecent(place);
+      QCOMPARE(got, QList<int>{0} + recent + QList<int>{0});  // so are places 0 and 11
+      for (const Modem& m : modems) QCOMPARE(m.Recent, int(recent.indexOf(m.Index) + 1));
     }
-    modems.SetRecent();
-    QList<int> got;
-    for (int place = 1; place <= kRecentPlaces; ++place) got << modems.GetRecent(place);
-    QCOMPARE(got, recent);
-    QCOMPARE(modems.GetRecent(0) + modems.GetRecent(kRecentPlaces + 1), 0);
-    for (const Modem& m : modems) QCOMPARE(m.Recent, int(recent.indexOf(m.Index) + 1));
   }
 
-  void loadRepairsTheStoredDirectory_data() {
-    QTest::addColumn<QString>("count");
-    QTest::addColumn<QString>("loaded");
-    QTest::newRow("nameless and repeated names skipped") << "5" << "A=1#1; D=4#2; E=5#3";
-    QTest::newRow("count below the entries") << "2" << "A=1#1";
-    QTest::newRow("unreadable count") << "many" << "";
-    QTest::newRow("negative count") << "-3" << "";
-    QTest::newRow("huge count") << "2000000000" << "A=1#1; D=4#2; E=5#3";
-  }
+  // Entries stored as A, (nameless), a, D (last communication unreadable), E, under each ModemCount.
   void loadRepairsTheStoredDirectory() {
-    QFETCH(QString, count);
-    QFETCH(QString, loaded);
     QTemporaryDir folder;
     SettingsStore store(folder.filePath("settings.ini"));
-    store.SaveSetting("Tavrix Modems", "ModemCount", count.toStdString());
     const char* names[] = {"A", "", "a", "D", "E"};
     for (int n = 1; n <= 5; ++n) {
       const std::string section = "Tavrix Modems\\Modem" + std::to_string(n);
@@ -221,10 +180,14 @@ class ModemsTest : public QObject {
       store.SaveSetting(section, "IP_Address", std::to_string(n));
       store.SaveSetting(section, "LastCommunication", n == 4 ? "junk" : "2024-03-01T12:00:00");
     }
+    const char* const cases[][2] = {{"5", "A=1#1; D=4#2; E=5#3"}, {"2", "A=1#1"}, {"", ""}, {"many", ""}, {"-3", ""},
+                                    {"2000000000", "A=1#1; D=4#2; E=5#3"}};
+    for (const auto& [count, loaded] : cases) {
+      store.SaveSetting("Tavrix Modems", "ModemCount", count);
+      QVERIFY2(Describe(LoadModems(store).Entries) == loaded, count);
+    }
     const StoredDirectory stored = LoadModems(store);
-    QCOMPARE(Describe(stored.Entries), loaded);
-    if (const Modem* d = stored.Entries.Item("D")) QCOMPARE(d->LastComm, OldestTime());
-    if (const Modem* a = stored.Entries.Item("A")) QCOMPARE(a->LastComm, kBase);
+    QVERIFY(stored.Entries.Item("A")->LastComm == kBase && stored.Entries.Item("D")->LastComm == OldestTime());
   }
 
   void saveAndLoadAgain() {
@@ -233,7 +196,7 @@ class ModemsTest : public QObject {
     Modems modems = Directory("ABCDE");
     modems.Item("C")->LastComm = OldestTime();
     modems.Item("E")->LastComm = kNow;
-    SaveModems(*std::make_unique<SettingsStore>(file), modems, "B");
+    SaveModems(*std::make_unique<SettingsStore>(file), modems, "B");  // written as the store goes
     const StoredDirectory first = LoadModems(SettingsStore(file));
     QVERIFY(Describe(first.Entries) == Describe(modems) && first.LastModem == "B");
     for (const char* gone : {"B", "D", "A"}) RemoveAndRenumber(modems, gone);
@@ -243,9 +206,8 @@ class ModemsTest : public QObject {
     QCOMPARE(store.Subsections("Tavrix Modems"), (std::vector<std::string>{"Modem1", "Modem2"}));
     const StoredDirectory stored = LoadModems(SettingsStore(file));
     QCOMPARE(Describe(stored.Entries), "C=3#1; E=5#2*");
-    QCOMPARE(stored.Entries.Item("C")->LastComm, OldestTime());
-    QCOMPARE(stored.LastModem, "");
-    QCOMPARE(stored.Entries.GetRecent(2), 2);
+    QVERIFY(stored.LastModem.empty());
+    QVERIFY(stored.Entries.Item("C")->LastComm == OldestTime() && stored.Entries.GetRecent(2) == 2);
   }
 };
 
