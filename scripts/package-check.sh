@@ -72,8 +72,9 @@ trace=$(convert "$build/demo-from-package.png" -fill black +opaque "#F0E442" -fi
 mapfile -t installed < <(in_root dpkg -L tavrix-spectrum)
 in_root apt-get purge -y -q tavrix-spectrum >"$root.log" 2>&1 || { tail -20 "$root.log" >&2; exit 1; }
 left=()
-for f in "${installed[@]}" /usr/share/tavrix-spectrum; do
-  if [[ -e "$root$f" && ( ! -d "$root$f" || "$f" == /usr/share/tavrix-spectrum ) ]]; then left+=("$f"); fi
+for f in "${installed[@]}"; do
+  if [[ -e "$root$f" && ! -d "$root$f" ]]; then left+=("$f"); fi
 done
+if [[ -e "$root/usr/share/tavrix-spectrum" ]]; then left+=(/usr/share/tavrix-spectrum); fi
 ((${#left[@]} == 0)) || fail "the purge left ${left[*]}"
 echo "package-check: OK: $version installs on a fresh Debian 12 with its dependencies, shows the live display with --demo ($trace trace pixels) and purges without a trace ($(( $(date +%s) - started )) s)"
