@@ -6,10 +6,20 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <bit>
+#include <cerrno>
+#include <chrono>
 #include <clocale>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <future>
 #include <limits>
 #include <random>
 
@@ -100,6 +110,73 @@ class CommonTest : public QObject {
     const QFile::Permissions ownerGroupOther(0x7077);  // leaving out what the running user may do
     QCOMPARE(QFile::permissions(QString::fromStdString(path)) & ownerGroupOther,
              QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+  }
+
+  // Only a regular file (or a link to one) is read: a FIFO would keep the reader waiting
+  // for a writer for ever, a device could go on for ever.
+  void readsOnlyRegularFiles() {
+    QTemporaryDir dir;
+    const auto path = [&](const char* name) { return QDir(dir.path()).filePath(name).toStdString(); };
+    QCOMPARE(WriteFileAtomically(path("block.bin"), "abc"), std::string());
+    QVERIFY(QFile::link(QString::fromStdString(path("block.bin")), QString::fromStdString(path("link.bin"))));
+    QCOMPARE(::mkfifo(path("fifo").c_str(), 0600), 0);
+    const struct {
+      std::string path;
+      const char* reason;  // a part of it; empty for a good read
+    } rows[] = {{path("block.bin"), ""},
+                {path("link.bin"), ""},
+                {path("fifo"), "not a regular file"},
+                {"/dev/zero", "not a regular file"},
+                {dir.path().toStdString(), "folder"},
+                {path("missing"), "No such file"}};
+    for (const auto& row : rows) {
+      std::string data = "stale";
+      auto read = std::async(std::launch::async, [&] { return ReadFileCapped(row.path, 100, data); });
+      if (read.wait_for(std::chrono::seconds(10)) != std::future_status::ready) {
+        // A writer that comes and goes lets the blocked open and read end.
+        ::close(::open(row.path.c_str(), O_WRONLY | O_NONBLOCK));
+        read.wait();
+        QFAIL(qPrintable(QString::fromStdString(row.path) + " kept the read waiting"));
+      }
+      const std::string reason = read.get();
+      QVERIFY2(*row.reason == '\0' ? reason.empty() : reason.find(row.reason) != std::string::npos,
+               qPrintable(QString::fromStdString(row.path + ": " + reason)));
+      QCOMPARE(data, std::string(*row.reason == '\0' ? "abc" : ""));
+    }
+  }
+
+  // A failed write gives the system's reason and leaves what was there.
+  void failedWritesSayWhy() {
+    QTemporaryDir dir;
+    const std::string kept = QDir(dir.path()).filePath("kept.txt").toStdString();
+    QCOMPARE(WriteFileAtomically(kept, "old"), std::string());
+    // A FIFO or a device is written to as it is, never replaced by a file (which would
+    // replace /dev/full itself below, were it not so).
+    const std::string fifo = QDir(dir.path()).filePath("fifo").toStdString();
+    QCOMPARE(::mkfifo(fifo.c_str(), 0600), 0);
+    const int reader = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK);
+    QVERIFY(reader >= 0);
+    const std::string written = WriteFileAtomically(fifo, "through");
+    char got[16] = {};
+    const ssize_t n = ::read(reader, got, sizeof got);
+    ::close(reader);
+    QCOMPARE(written, std::string());
+    QCOMPARE(std::string(got, static_cast<size_t>(std::max<ssize_t>(n, 0))), std::string("through"));
+    QCOMPARE(WriteFileAtomically("/dev/full", "x"), std::string(std::strerror(ENOSPC)));
+
+    // The write to the new file beside the target fails as on a full disk, past the first block.
+    rlimit saved{};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+    rlimit small = saved;
+    small.rlim_cur = 4096;
+    const auto oldSignal = std::signal(SIGXFSZ, SIG_IGN);
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const std::string reason = WriteFileAtomically(kept, std::string(10000, 'n'));
+    ::setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, oldSignal);
+    QVERIFY2(reason == std::strerror(EFBIG), reason.c_str());
+    QCOMPARE(ReadWholeFile(kept), std::string("old"));
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::System), QStringList({"fifo", "kept.txt"}));
   }
 };
 
