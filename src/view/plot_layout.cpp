@@ -1,6 +1,7 @@
 #include "view/plot_layout.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "common/picture_format.h"
@@ -14,6 +15,7 @@ constexpr int kLevelLabelChars = 9;         // "-125.00dB"
 constexpr int kMaxTickDecimals = 7;
 constexpr double kFinestFrequencyStep = 1e-7;  // MHz: the finest step seven decimals tell apart
 constexpr int kMaxDivisions = 12;           // about ten divisions across the view
+constexpr double kNoPoint = 1e300;          // a pixel row below everything
 
 bool Usable(double extent) { return std::isfinite(extent) && extent > 0; }
 
@@ -35,27 +37,42 @@ std::string TickFormatFor(int decimals) {
   return decimals == 0 ? std::string("####") : "####." + std::string(static_cast<size_t>(decimals), '0');
 }
 
-// Multiples of `step` inside [low, high], in the order asked for.
+// Multiples k * step inside [low, high], low to high; `emit` gets k and the value.
 template <typename Emit>
 void EachMultiple(double low, double high, double step, Emit emit) {
   const double first = std::ceil(low / step - 1e-9);
   const double last = std::floor(high / step + 1e-9);
-  for (double k = first; k <= last; ++k) emit(k * step);
+  for (double k = first; k <= last; ++k) emit(static_cast<long long>(k), k * step);
+}
+
+bool IsMultipleOf(double value, double step) {
+  const double ratio = value / step;
+  return std::abs(ratio - std::round(ratio)) < 1e-6;
 }
 
 void LevelLines(const ViewScale& view, int checkedDB, const PixelRect& area, const LegendMetrics& metrics,
                 PlotGrid& grid) {
   if (!Usable(view.ScaleHeight) || area.Height <= 0) return;
-  // The division is the checked caption; only a spacing too tight for the labels widens.
-  double step = kDBPerDivision[static_cast<size_t>(std::clamp(checkedDB, 0, kPresetCount - 1))];
-  const double minimumPixels = std::max(metrics.LineHeight * 1.25, 4.0);
-  while (step / view.ScaleHeight * area.Height < minimumPixels) step = NextRoundStep(step);
+  // The lines keep the checked division whatever the height; close lines share labels.
+  const double step = kDBPerDivision[static_cast<size_t>(std::clamp(checkedDB, 0, kPresetCount - 1))];
+  const double pixelsPerDB = area.Height / view.ScaleHeight;
+  const double labelPixels = std::max(metrics.LineHeight * 1.25, 4.0);
+  double labelStep = step;
+  while (!IsMultipleOf(labelStep, step) || labelStep * pixelsPerDB < labelPixels) labelStep = NextRoundStep(labelStep);
+  const long long labelEvery = std::llround(labelStep / step);
   grid.LevelStep = step;
+  grid.LevelLabelStep = labelStep;
   const double top = -static_cast<double>(view.ScaleTop);
   const double bottom = top - view.ScaleHeight;
-  std::vector<double> levels;
-  EachMultiple(bottom, top, step, [&](double level) { levels.push_back(level); });
-  for (auto it = levels.rbegin(); it != levels.rend(); ++it) grid.Level.push_back({-*it, LevelLabel(*it)});
+  // Lines closer than a pixel would paint the area solid: only then do they thin out
+  // to the labelled ones (a view far taller than the zoom-out limit allows).
+  const bool thin = step * pixelsPerDB < 1;
+  std::vector<GridLine> lines;
+  EachMultiple(bottom, top, step, [&](long long k, double level) {
+    const bool labelled = k % labelEvery == 0;
+    if (labelled || !thin) lines.push_back({-level, labelled ? LevelLabel(level) : std::string()});
+  });
+  grid.Level.assign(lines.rbegin(), lines.rend());
 }
 
 void FrequencyLines(const ViewScale& view, float freqScale, const PixelRect& area, const LegendMetrics& metrics,
@@ -78,7 +95,7 @@ void FrequencyLines(const ViewScale& view, float freqScale, const PixelRect& are
   }
   grid.FrequencyStep = step;
   grid.TickFormat = TickFormatFor(DecimalsFor(step));
-  EachMultiple(left, left + width, step, [&](double megahertz) {
+  EachMultiple(left, left + width, step, [&](long long, double megahertz) {
     grid.Frequency.push_back({megahertz * freqScale, FrequencyLabel(megahertz, grid.TickFormat)});
   });
 }
@@ -95,6 +112,60 @@ PixelRect DataArea(double surfaceWidth, double surfaceHeight, const LegendMetric
   area.Width = std::max(1.0, surfaceWidth - area.Left - right);
   area.Height = std::max(1.0, surfaceHeight - area.Top - bottom);
   return area;
+}
+
+PixelRect KeyBox(const PixelRect& area, double width, double height, KeyCorner corner) {
+  constexpr double kInset = 8;
+  const double left = corner == KeyCorner::Right ? area.Right() - width - kInset : area.Left + kInset;
+  return {left, area.Top + kInset, width, height};
+}
+
+KeyCorner ChooseKeyCorner(const PlotMapping& map, const TraceSet& traces, double width, double height,
+                          int selectedTrace, int selectedPoint) {
+  const PixelRect& area = map.Area();
+  const std::array<PixelRect, 2> boxes = {KeyBox(area, width, height, KeyCorner::Right),
+                                          KeyBox(area, width, height, KeyCorner::Left)};
+  auto inside = [](const PixelRect& r, double x, double y) {
+    return x >= r.Left && x <= r.Right() && y >= r.Top && y <= r.Bottom();
+  };
+  // One pass over the visible points: the highest point under each box, and the highest
+  // point in the data area (the first of equals, so the choice never depends on chance).
+  std::array<double, 2> highest = {kNoPoint, kNoPoint};
+  double peakX = 0, peakY = kNoPoint;
+  for (int trace = 0; trace < kTraceCount; ++trace) {
+    if (!traces.TraceVisible[static_cast<size_t>(trace)]) continue;
+    for (size_t i = 0; i < static_cast<size_t>(kPointCount); ++i) {
+      const double x = map.ToPixelX(traces.FreqPoints[i][trace]);
+      const double y = map.ToPixelY(-static_cast<double>(traces.AmpPoints[i][trace]));
+      if (!(x >= area.Left && x <= area.Right())) continue;  // also drops NaN
+      for (size_t b = 0; b < boxes.size(); ++b)
+        if (x >= boxes[b].Left && x <= boxes[b].Right()) highest[b] = std::min(highest[b], y);
+      if (y >= area.Top && y <= area.Bottom() && y < peakY) {
+        peakX = x;
+        peakY = y;
+      }
+    }
+  }
+  std::array<bool, 2> overSelection{}, overPeak{};
+  std::array<double, 2> rise{};
+  const bool selected = selectedPoint >= 1 && selectedPoint <= kPointCount && selectedTrace >= 0 &&
+                        selectedTrace < kTraceCount;
+  for (size_t b = 0; b < boxes.size(); ++b) {
+    const PixelRect& box = boxes[b];
+    if (selected) {
+      const size_t i = static_cast<size_t>(selectedPoint - 1);
+      const PixelRect ring{box.Left - kSelectionRadius, box.Top - kSelectionRadius, box.Width + 2 * kSelectionRadius,
+                           box.Height + 2 * kSelectionRadius};
+      overSelection[b] = inside(ring, map.ToPixelX(traces.FreqPoints[i][selectedTrace]),
+                                map.ToPixelY(-static_cast<double>(traces.AmpPoints[i][selectedTrace])));
+    }
+    overPeak[b] = peakY != kNoPoint && inside(box, peakX, peakY);
+    rise[b] = std::max(0.0, box.Bottom() - highest[b]);
+  }
+  constexpr size_t kRight = 0, kLeft = 1;
+  if (overSelection[kRight] != overSelection[kLeft]) return overSelection[kRight] ? KeyCorner::Left : KeyCorner::Right;
+  if (overPeak[kRight] != overPeak[kLeft]) return overPeak[kRight] ? KeyCorner::Left : KeyCorner::Right;
+  return rise[kLeft] + height / 4 < rise[kRight] ? KeyCorner::Left : KeyCorner::Right;
 }
 
 std::string LevelLabel(double levelDB) {

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "dsp/trace_set.h"
 #include "view/view_window.h"
 
 namespace tavrix {
@@ -42,7 +43,7 @@ class PlotMapping {
   PixelRect area_{0, 0, 1, 1};
 };
 
-// One grid line and its label.
+// One grid line and its label; a line between labelled lines has an empty label.
 struct GridLine {
   double Position = 0;  // plot units: scaled frequency, or -dB
   std::string Label;
@@ -53,14 +54,35 @@ struct PlotGrid {
   std::vector<GridLine> Level;      // horizontal lines, top to bottom
   std::string TickFormat;           // "####" .. "####.0000000"
   double FrequencyStep = 0;         // MHz between frequency lines
-  double LevelStep = 0;             // dB between level lines
+  double LevelStep = 0;             // dB between level lines: the checked division
+  double LevelLabelStep = 0;        // dB between labelled level lines, a multiple of LevelStep
 };
 
-// The grid of a view: level lines spaced by the checked dB-per-division caption and
-// frequency lines at a round 1-2-5 step of about ten divisions; a spacing too tight
-// for its labels widens to the next round step, so labels never overlap.
+// The grid of a view. Level lines are always spaced by the checked dB-per-division
+// caption; when they are too close for a label each, only every n-th line is labelled,
+// at a round multiple of the division. Frequency lines sit at a round 1-2-5 step of
+// about ten divisions, widened to the next round step when the labels would touch.
+// Labels never overlap.
 PlotGrid ComputeGrid(const ViewScale& view, float freqScale, int checkedDB, const PixelRect& area,
                      const LegendMetrics& metrics);
+
+// The ring drawn around the selected point, in pixels.
+inline constexpr double kSelectionRadius = 5;
+
+// The two places the trace key may take: the top corners of the data area.
+enum class KeyCorner { Right, Left };
+
+// The key's box of the given size at a top corner of the data area, inset from the frame.
+PixelRect KeyBox(const PixelRect& area, double width, double height, KeyCorner corner);
+
+// Where a key of the given size goes, from the visible trace points under each corner's
+// box. A box that would cover the selected point's ring loses to one that would not;
+// then one that would cover the highest visible trace point loses; then the corner where
+// the traces rise least into the box wins. Differences under a quarter of the box's
+// height count as a tie, so capture-to-capture noise does not move the key; a tie
+// keeps the right.
+KeyCorner ChooseKeyCorner(const PlotMapping& map, const TraceSet& traces, double width, double height,
+                          int selectedTrace, int selectedPoint);
 
 // A level label: "###0.00" and "dB", a leading "-" below zero, blanks in front to the
 // width of "-125.00dB".

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kRunLength = kPointCount / 2;  // the two halves are drawn as separate runs
 constexpr double kFarPixels = 1e6;           // trace points further out are pulled in to here
-constexpr double kSelectionRadius = 5;
+constexpr int kKeyOpacity = 160;             // of 255: the traces under the key stay visible, dimmed
 constexpr const char* kLevelAxisText = "Amplitude (dB)";
 constexpr const char* kFrequencyAxisText = "Frequency (MHz)";
 
@@ -103,6 +103,7 @@ void DrawGridAndLegend(QPainter& painter, const PlotMapping& map, const PlotGrid
   const QFontMetricsF fm(painter.font(), painter.device());
   const double textDrop = fm.ascent() - fm.height() / 2;
   for (const GridLine& line : grid.Level) {
+    if (line.Label.empty()) continue;  // a line between labelled ones
     const QString text = QString::fromStdString(line.Label);
     const double y = map.ToPixelY(line.Position);
     painter.drawText(QPointF(a.Left - 6 - fm.horizontalAdvance(text), y + textDrop), text);
@@ -129,9 +130,10 @@ void DrawGridAndLegend(QPainter& painter, const PlotMapping& map, const PlotGrid
   painter.restore();
 }
 
-// A key to the traces in the top right corner of the data area, once more than one
-// trace is shown: a stroke of each colour with the trace's name and, for the average and
-// the hold, how many captures they hold.
+// A key to the traces once more than one trace is shown: a stroke of each colour with
+// the trace's name and, for the average and the hold, how many captures they hold. It
+// sits in the top corner where it hides least (see ChooseKeyCorner), on a translucent
+// ground, so what runs under it still shows.
 void DrawTraceKey(QPainter& painter, const PlotMapping& map, const PlotScene& scene, const LegendMetrics& metrics) {
   if (scene.Traces == nullptr) return;
   const TraceSet& t = *scene.Traces;
@@ -148,13 +150,15 @@ void DrawTraceKey(QPainter& painter, const PlotMapping& map, const PlotScene& sc
   double textWidth = 0;
   for (const auto& line : lines) textWidth = std::max(textWidth, fm.horizontalAdvance(line.first));
   const double stroke = 2 * metrics.CharWidth, pad = 6, row = metrics.LineHeight;
-  const PixelRect& a = map.Area();
-  const QRectF box(a.Right() - (pad + stroke + pad + textWidth + pad) - 8, a.Top + 8,
-                   pad + stroke + pad + textWidth + pad, pad + row * static_cast<double>(lines.size()) + pad / 2);
+  const double width = pad + stroke + pad + textWidth + pad;
+  const double height = pad + row * static_cast<double>(lines.size()) + pad / 2;
+  const KeyCorner corner = ChooseKeyCorner(map, t, width, height, scene.SelectedTrace, scene.SelectedPoint);
+  const PixelRect at = KeyBox(map.Area(), width, height, corner);
+  const QRectF box(at.Left, at.Top, at.Width, at.Height);
   painter.save();
-  painter.setPen(Qt::NoPen);
-  painter.setBrush(ToColor(scene.Colors[kBackgroundColor]));
-  painter.drawRect(box);
+  QColor ground = ToColor(scene.Colors[kBackgroundColor]);
+  ground.setAlpha(kKeyOpacity);
+  painter.fillRect(box, ground);
   QPen border(ToColor(scene.Colors[kGridLinesColor]), 0);
   border.setCosmetic(true);
   painter.setPen(border);

@@ -1,11 +1,13 @@
-// The plot: labels and grid spacing, and pictures drawn by the one drawing routine,
-// examined pixel by pixel: traces one device pixel wide at both pixel ratios, no segment
-// across the two halves or a pen lift, switched-off traces absent, inverting cursors,
-// palettes, and a redraw that changes nothing it was given.
+// The plot: labels and grid spacing, where the trace key goes, and pictures drawn by the
+// one drawing routine, examined pixel by pixel: the level grid at the checked division,
+// a translucent key in the chosen corner, traces one device pixel wide at both pixel
+// ratios, no segment across the two halves or a pen lift, switched-off traces absent,
+// inverting cursors, palettes, and a redraw that changes nothing it was given.
 #include <QPainter>
 #include <QtTest>
 
 #include <cmath>
+#include <functional>
 #include <memory>
 
 #include "test_support.h"
@@ -14,22 +16,37 @@
 using namespace tavrix;
 
 Q_DECLARE_METATYPE(tavrix::ViewScale)
+Q_DECLARE_METATYPE(tavrix::KeyCorner)
 
 namespace {
 
 const QSize kSize(640, 360);
 
-// A trace set over the band 0..300 whose current trace is flat at `level` dB, the
-// positive half on the right and the negative half on the left, as a capture gives them.
-TraceSet FlatTraces(float level) {
+// A trace set over the band 0..300 whose current trace has the level `level(x)` dB at
+// frequency x, the positive half on the right and the negative half on the left, as a
+// capture gives them; the peak hold trace, when asked for, is a copy.
+TraceSet ShapedTraces(const std::function<float(float)>& level, bool withPeakHold = false) {
   TraceSet t;
   t.TraceVisible[kCurrentTrace] = true;
+  t.TraceVisible[kPeakHoldTrace] = withPeakHold;
+  t.DataValid = true;
   for (int k = 0; k < kPointCount; ++k) {
     const float x = k < kPointCount / 2 ? 150.0f + 150.0f * (k + 1) / 1024 : 150.0f * (k - 1023) / 1024;
-    t.FreqPoints[static_cast<size_t>(k)].Current = x;
-    t.AmpPoints[static_cast<size_t>(k)].Current = level;
+    for (int trace : {kCurrentTrace, kPeakHoldTrace}) {
+      t.FreqPoints[static_cast<size_t>(k)][trace] = x;
+      t.AmpPoints[static_cast<size_t>(k)][trace] = level(x);
+    }
   }
   return t;
+}
+TraceSet FlatTraces(float level) { return ShapedTraces([level](float) { return level; }); }
+
+// The dB-per-division item the view window checks for a view of this height.
+int CheckedFor(float height) {
+  ViewWindow v;
+  v.Scale.ScaleHeight = height;
+  v.PrepareRedraw();
+  return v.CheckedDB;
 }
 
 PlotScene SceneOf(const TraceSet& traces) {
@@ -39,11 +56,15 @@ PlotScene SceneOf(const TraceSet& traces) {
   return scene;
 }
 
-PlotMapping MappingFor(const QSize& size) {
+LegendMetrics Metrics() {
   QImage probe(8, 8, QImage::Format_RGB32);
   QPainter painter(&probe);
   painter.setFont(LegendFont());
-  return PlotMapping({0, -125, 300, 250}, DataArea(size.width(), size.height(), MeasureLegend(painter)));
+  return MeasureLegend(painter);
+}
+
+PlotMapping MappingFor(const QSize& size, const ViewScale& view = {0, -125, 300, 250}) {
+  return PlotMapping(view, DataArea(size.width(), size.height(), Metrics()));
 }
 
 QRgb Rgb(ColorRef c) { return qRgb(RedOf(c), GreenOf(c), BlueOf(c)); }
@@ -87,7 +108,6 @@ class PlotTest : public QObject {
     QTest::addColumn<double>("levelStep");
     QTest::addColumn<QString>("tickFormat");
     QTest::newRow("wide band, 10 dB/div") << ViewScale{0, -125, 300, 250} << 1.0f << 500.0 << 10.0 << "####";
-    QTest::newRow("too tight for 10 dB: widened") << ViewScale{0, -125, 300, 250} << 1.0f << 100.0 << 50.0 << "####";
     QTest::newRow("narrow band at scale 10000") << ViewScale{9999634, -80, 732, 60} << 10000.0f << 500.0 << 2.5
                                                 << "####.00";
     QTest::newRow("deepest zoom: seven decimals") << ViewScale{100000000, -1, 0.025f, 2} << 100000.0f << 500.0
@@ -119,7 +139,128 @@ class PlotTest : public QObject {
       const double gap = x - map.ToPixelX(grid.Frequency[i - 1].Position);
       QVERIFY(gap >= (grid.Frequency[i].Label.size() + 1) * metrics.CharWidth);
     }
-    for (const GridLine& line : grid.Level) QCOMPARE(LevelLabel(-line.Position), line.Label);
+  }
+
+  // The level lines are spaced by the checked caption at any height; labels go on every
+  // n-th line, at round levels, when one on each line would collide.
+  void levelLinesKeepTheCheckedDivision_data() {
+    QTest::addColumn<float>("viewHeight");
+    QTest::addColumn<double>("areaHeight");
+    QTest::addColumn<double>("division");
+    QTest::newRow("500x260 zoomed in once: 5.00 dB") << 125 / 1.75f << 207.0 << 5.0;
+    QTest::newRow("500x260 full height: 10.00 dB") << 125.0f << 207.0 << 10.0;
+    QTest::newRow("500x260 at the zoom-out limit") << 669.9f << 207.0 << 10.0;
+    QTest::newRow("window minimum, 250 dB tall") << 250.0f << 120.0 << 10.0;
+    QTest::newRow("2.50 dB on a tall plot") << 40.8f << 900.0 << 2.5;
+    QTest::newRow("0.25 dB, short") << 5.0f << 120.0 << 0.25;
+    QTest::newRow("0.05 dB, short") << 1.2f << 100.0 << 0.05;
+    QTest::newRow("0.01 dB, mid") << 0.24f << 300.0 << 0.01;
+  }
+  void levelLinesKeepTheCheckedDivision() {
+    QFETCH(float, viewHeight);
+    QFETCH(double, areaHeight);
+    QFETCH(double, division);
+    const int checked = CheckedFor(viewHeight);
+    QCOMPARE(kDBPerDivision[static_cast<size_t>(checked)], division);
+    const LegendMetrics metrics{63, 7, 14};
+    const ViewScale view{0, -37.3f, 300, viewHeight};  // the top off any round level
+    const PixelRect area{80, 10, 400, areaHeight};
+    const PlotGrid grid = ComputeGrid(view, 1.0f, checked, area, metrics);
+    QCOMPARE(grid.LevelStep, division);
+    // Every multiple of the division in the view, one line each, top to bottom.
+    const double top = -static_cast<double>(view.ScaleTop), bottom = top - static_cast<double>(viewHeight);
+    QCOMPARE(static_cast<double>(grid.Level.size()),
+             std::floor(top / division + 1e-6) - std::ceil(bottom / division - 1e-6) + 1);
+    QVERIFY(-grid.Level.front().Position <= top && -grid.Level.front().Position > top - division);
+    for (size_t i = 1; i < grid.Level.size(); ++i)
+      QVERIFY(std::abs(grid.Level[i].Position - grid.Level[i - 1].Position - division) < 1e-6 * division + 1e-9);
+    // Labels: round levels, evenly spaced, never overlapping and never needlessly sparse.
+    const PlotMapping map(view, area);
+    std::vector<double> labelled;
+    for (const GridLine& line : grid.Level) {
+      if (line.Label.empty()) continue;
+      QCOMPARE(line.Label, LevelLabel(-line.Position));
+      const double ratio = line.Position / grid.LevelLabelStep;
+      QVERIFY(std::abs(ratio - std::round(ratio)) < 1e-6);
+      labelled.push_back(map.ToPixelY(line.Position));
+    }
+    QVERIFY(!labelled.empty());
+    for (size_t i = 1; i < labelled.size(); ++i) {
+      QVERIFY(labelled[i] - labelled[i - 1] >= metrics.LineHeight);
+      QVERIFY(labelled[i] - labelled[i - 1] <= 6 * metrics.LineHeight);
+    }
+  }
+
+  // The key goes to the top corner where it hides least: never over the selected point,
+  // then never over the highest visible point, then where the traces are lower.
+  void keyCorner_data() {
+    QTest::addColumn<float>("leftLevel");   // below 50 MHz
+    QTest::addColumn<float>("rightLevel");  // above 250 MHz
+    QTest::addColumn<float>("spike");       // one point near 270 MHz, 0 for none
+    QTest::addColumn<bool>("spikeSelected");
+    QTest::addColumn<KeyCorner>("corner");
+    QTest::newRow("traces low everywhere") << 50.0f << 50.0f << 0.0f << false << KeyCorner::Right;
+    QTest::newRow("traces high on the right") << 50.0f << 110.0f << 0.0f << false << KeyCorner::Left;
+    QTest::newRow("traces high on the left") << 110.0f << 50.0f << 0.0f << false << KeyCorner::Right;
+    QTest::newRow("both high, right a little higher") << 121.0f << 123.0f << 0.0f << false << KeyCorner::Right;
+    QTest::newRow("highest peak under the right box") << 103.0f << 50.0f << 105.0f << false << KeyCorner::Left;
+    QTest::newRow("selected point under the right box") << 115.0f << 50.0f << 100.0f << true << KeyCorner::Left;
+    QTest::newRow("the same point not selected") << 115.0f << 50.0f << 100.0f << false << KeyCorner::Right;
+  }
+  void keyCorner() {
+    QFETCH(float, leftLevel);
+    QFETCH(float, rightLevel);
+    QFETCH(float, spike);
+    QFETCH(bool, spikeSelected);
+    QFETCH(KeyCorner, corner);
+    TraceSet traces = ShapedTraces([&](float x) { return x < 50 ? leftLevel : x > 250 ? rightLevel : 50.0f; });
+    const int spikePoint = 819;  // at 269.97 MHz
+    if (spike != 0) traces.AmpPoints[static_cast<size_t>(spikePoint - 1)].Current = spike;
+    // Boxes 150x50 at the top corners: 2.4..47.4 and 252.6..297.6 MHz, 120..88.75 dB.
+    const PlotMapping map({0, -125, 300, 250}, PixelRect{80, 10, 1000, 400});
+    QCOMPARE(ChooseKeyCorner(map, traces, 150, 50, spikeSelected ? kCurrentTrace : -1, spikeSelected ? spikePoint : 0),
+             corner);
+  }
+
+  // Drawn, the key sits in the chosen corner on a ground that lets the trace through.
+  void keyIsTranslucentInTheChosenCorner_data() {
+    QTest::addColumn<bool>("highOnLeft");
+    QTest::newRow("traces high on the left: key right") << true;
+    QTest::newRow("traces high on the right: key left") << false;
+  }
+  void keyIsTranslucentInTheChosenCorner() {
+    QFETCH(bool, highOnLeft);
+    // Above the box on the high side, through the middle of the box on the other.
+    const TraceSet traces = ShapedTraces(
+        [&](float x) { return (highOnLeft ? x < 60 : x > 240) ? 122.0f : 103.0f; }, true);
+    const PlotScene scene = SceneOf(traces);
+    const QImage image = RenderPlot(scene, kSize, 1);
+    const PixelRect a = MappingFor(kSize).Area();
+    // The key's text: bright grey (the legend colour, smoothed); the grid is a darker grey.
+    auto text = [&](int fromX, int toX) {
+      int n = 0;
+      for (int y = Pixel(a.Top) + 9; y < Pixel(a.Top) + 40; ++y)
+        for (int x = fromX; x <= toX; ++x) {
+          const QRgb p = image.pixel(x, y);
+          n += qRed(p) == qGreen(p) && qGreen(p) == qBlue(p) && qRed(p) > 120;
+        }
+      return n;
+    };
+    const int keyLeft = text(Pixel(a.Left) + 9, Pixel(a.Left) + 100);
+    const int keyRight = text(Pixel(a.Right()) - 100, Pixel(a.Right()) - 9);
+    QVERIFY((highOnLeft ? keyRight : keyLeft) > 20);
+    QCOMPARE(highOnLeft ? keyLeft : keyRight, 0);
+    // The peak hold trace under the key, dimmed by the ground rather than hidden.
+    const QRgb hold = Rgb(scene.Colors[kPeakHoldColor]);
+    const int row = Pixel(MappingFor(kSize).ToPixelY(-103));
+    const int from = highOnLeft ? Pixel(a.Right()) - 90 : Pixel(a.Left) + 10;
+    int dimmed = 0;
+    for (int x = from; x < from + 80; ++x) {
+      const QRgb p = image.pixel(x, row);
+      dimmed += std::abs(qRed(p) - qRed(hold) * 95 / 255) <= 3 && std::abs(qGreen(p) - qGreen(hold) * 95 / 255) <= 3 &&
+                std::abs(qBlue(p) - qBlue(hold) * 95 / 255) <= 3;
+    }
+    QVERIFY2(dimmed > 40, qPrintable(QString::number(dimmed)));
   }
 
   void tracesAreOneDevicePixelWide_data() {
@@ -129,7 +270,7 @@ class PlotTest : public QObject {
   }
   void tracesAreOneDevicePixelWide() {
     QFETCH(qreal, ratio);
-    const TraceSet traces = FlatTraces(50);
+    const TraceSet traces = FlatTraces(53);  // off the 10 dB grid lines
     const QImage image = RenderPlot(SceneOf(traces), kSize, ratio);
     QCOMPARE(image.size(), kSize * ratio);
     QCOMPARE(image.devicePixelRatio(), ratio);
