@@ -260,7 +260,10 @@ void frmMain::OnScrollAction(QScrollBar* bar, int action) {
   const int position = bar->sliderPosition();
   bool increase = action == QAbstractSlider::SliderSingleStepAdd || action == QAbstractSlider::SliderPageStepAdd ||
                   action == QAbstractSlider::SliderToMaximum;
-  if (action == QAbstractSlider::SliderMove) increase = position > bar->value();  // the mouse wheel
+  if (action == QAbstractSlider::SliderMove) {  // the mouse wheel
+    if (position == bar->value()) return;        // against the end: nothing moves
+    increase = position > bar->value();
+  }
   const ScrollAction how = increase ? ScrollAction::Increase : ScrollAction::Decrease;
   ApplyViewOutcome(bar == hScroll_ ? live_.View.HScrollChange(position, how)
                                    : live_.View.VScrollChange(position, how));

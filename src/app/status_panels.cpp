@@ -8,6 +8,7 @@
 #include <QMouseEvent>
 #include <QProgressBar>
 
+#include <algorithm>
 #include <cstring>
 
 #include "app/project_icons.h"
@@ -29,9 +30,9 @@ constexpr std::array<const char*, kStatusPanelKeys.size()> kToolTips = {
 
 StatusPanels::StatusPanels(QWidget* parent) : QWidget(parent) {
   setObjectName("sbStatus");
-  auto* row = new QHBoxLayout(this);
-  row->setContentsMargins(0, 0, 0, 0);
-  row->setSpacing(0);
+  // The panels are placed by hand at each resize, so that together they always fill the
+  // bar: a layout would make their summed widths the bar's minimum and a narrower window
+  // would push the panels on the right out of sight.
   for (size_t i = 0; i < panels_.size(); ++i) {
     PanelParts& p = panels_[i];
     auto* frame = new QFrame(this);
@@ -39,6 +40,7 @@ StatusPanels::StatusPanels(QWidget* parent) : QWidget(parent) {
     frame->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
     frame->setToolTip(kToolTips[i]);
     auto* inner = new QHBoxLayout(frame);
+    inner->setSizeConstraint(QLayout::SetNoConstraint);  // a narrow bar may clip the text
     inner->setContentsMargins(3, 1, 3, 1);
     inner->setSpacing(3);
     p.picture = new QLabel(frame);
@@ -51,7 +53,6 @@ StatusPanels::StatusPanels(QWidget* parent) : QWidget(parent) {
     inner->addWidget(p.text, 1);
     p.frame = frame;
     frame->installEventFilter(this);
-    row->addWidget(frame);
   }
   progress_ = new QProgressBar(this);
   progress_->setObjectName("pbStatus");
@@ -59,8 +60,15 @@ StatusPanels::StatusPanels(QWidget* parent) : QWidget(parent) {
   progress_->setValue(0);
   progress_->setTextVisible(false);
   progress_->setFixedWidth(kProgressWidth);
-  row->addWidget(progress_);
 }
+
+QSize StatusPanels::sizeHint() const {
+  int height = progress_->sizeHint().height();
+  for (const PanelParts& p : panels_) height = std::max(height, p.frame->sizeHint().height());
+  return {kProgressWidth, height};
+}
+
+QSize StatusPanels::minimumSizeHint() const { return {0, sizeHint().height()}; }
 
 int StatusPanels::IndexOf(const char* key) const {
   for (size_t i = 0; i < kStatusPanelKeys.size(); ++i)
@@ -127,8 +135,13 @@ void StatusPanels::ShareWidth() {
     wanted[i] = fm.horizontalAdvance(kWidestText[i]) + 12 + (i == 3 ? kPictureSize + 3 : 0);
   wanted[7] = fm.horizontalAdvance("0000000000");
   const int total = width() - kProgressWidth;
-  const auto widths = StatusPanelWidths(total, wanted, fm.horizontalAdvance('0') * 24);
-  for (size_t i = 0; i < panels_.size(); ++i) panels_[i].frame->setFixedWidth(widths[i]);
+  const auto widths = StatusPanelWidths(std::max(0, total), wanted, fm.horizontalAdvance('0') * 24);
+  int x = 0;
+  for (size_t i = 0; i < panels_.size(); ++i) {
+    panels_[i].frame->setGeometry(x, 0, widths[i], height());
+    x += widths[i];
+  }
+  progress_->setGeometry(x, 0, std::min(kProgressWidth, std::max(0, width() - x)), height());
 }
 
 }  // namespace tavrix

@@ -26,6 +26,8 @@ class StatusPanels : public QWidget {
   QString Picture(const char* key) const;
   QWidget* Panel(const char* key) const;
   QProgressBar* ProgressBar() const { return progress_; }
+  QSize sizeHint() const override;
+  QSize minimumSizeHint() const override;
 
  signals:
   void panelClicked(const QString& key);

@@ -254,15 +254,25 @@ void ViewWindow::VScrollScroll() {
 namespace {
 
 int ArrowsFor(const ScrollBarModel& bar) {
-  if (bar.Value == bar.Max) return 1;
-  if (bar.Value == bar.Min) return 2;
-  return 0;
+  if (bar.Min == bar.Max) return kNoArrow;
+  if (bar.Value == bar.Max) return kOnlyLowArrow;
+  if (bar.Value == bar.Min) return kOnlyHighArrow;
+  return kBothArrows;
+}
+
+// An arrow (or track, or wheel) step towards an end the bar already stands at is
+// disabled: it moves nothing, so the view cannot be panned past the bar's range.
+bool ArrowEnabled(int arrows, ScrollAction action) {
+  if (action == ScrollAction::Increase) return arrows == kBothArrows || arrows == kOnlyHighArrow;
+  if (action == ScrollAction::Decrease) return arrows == kBothArrows || arrows == kOnlyLowArrow;
+  return true;
 }
 
 }  // namespace
 
 ViewOutcome ViewWindow::HScrollChange(int value, ScrollAction action) {
   if (ScrollBusy) return {};
+  if (!DragPending && !ArrowEnabled(HScroll.Arrows, action)) return {};
   ViewChanged = true;
   HScroll.Value = value;
   if (DragPending) {
@@ -280,6 +290,7 @@ ViewOutcome ViewWindow::HScrollChange(int value, ScrollAction action) {
 
 ViewOutcome ViewWindow::VScrollChange(int value, ScrollAction action) {
   if (ScrollBusy) return {};
+  if (!DragPending && !ArrowEnabled(VScroll.Arrows, action)) return {};
   ViewChanged = true;
   VScroll.Value = value;
   if (DragPending) {

@@ -25,8 +25,12 @@ struct ScrollBarModel {
   int Min = 0;
   int Max = 100;
   int Value = 50;
-  int Arrows = 0;  // 0 both arrows, 1 only the up/left arrow, 2 only the down/right arrow
+  int Arrows = 0;  // which arrows are enabled: one of the values below
 };
+inline constexpr int kBothArrows = 0;
+inline constexpr int kOnlyLowArrow = 1;   // at Max: only the up/left arrow
+inline constexpr int kOnlyHighArrow = 2;  // at Min: only the down/right arrow
+inline constexpr int kNoArrow = 3;        // Min == Max: neither
 
 // How a scroll bar's value came to change: the end of a thumb drag, or an arrow or
 // track click towards larger or smaller values.

@@ -1,5 +1,6 @@
 #include "view/window_layout.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 
@@ -38,6 +39,19 @@ std::array<int, kStatusPanelKeys.size()> StatusPanelWidths(int total, const std:
   }
   widths[0] += total - used;
   return widths;
+}
+
+ScreenRect FirstStartPlace(const ScreenRect& available, int minimumWidth, int minimumHeight) {
+  const double side = std::sqrt(0.75);
+  auto fit = [&](int room, int most, int least) {
+    return std::max(least, std::min(most, static_cast<int>(std::lround(room * side))));
+  };
+  ScreenRect place;
+  place.Width = fit(available.Width, kFirstStartMaxWidth, minimumWidth);
+  place.Height = fit(available.Height, kFirstStartMaxHeight, minimumHeight);
+  place.X = available.X + (available.Width - place.Width) / 2;
+  place.Y = available.Y + (available.Height - place.Height) / 2;
+  return place;
 }
 
 std::string WindowTitle(const std::optional<std::string>& modemName, const std::string& version) {

@@ -35,6 +35,22 @@ inline constexpr std::array<const char*, 8> kStatusPanelKeys = {
 std::array<int, kStatusPanelKeys.size()> StatusPanelWidths(int total, const std::array<int, kStatusPanelKeys.size()>& wanted,
                                                            int statusMinimum);
 
+// A rectangle of whole pixels: top-left corner and size.
+struct ScreenRect {
+  int X = 0;
+  int Y = 0;
+  int Width = 0;
+  int Height = 0;
+  bool operator==(const ScreenRect&) const = default;
+};
+
+// The first window of a user with no stored geometry: three quarters of the screen's
+// available area (each side scaled by the square root of 3/4), at most kFirstStartMax,
+// never below the minimum, centred on the available area.
+inline constexpr int kFirstStartMaxWidth = 1600;
+inline constexpr int kFirstStartMaxHeight = 1000;
+ScreenRect FirstStartPlace(const ScreenRect& available, int minimumWidth, int minimumHeight);
+
 // "Tavrix Spectrum Analyzer [Connected to NAME] - Version X.Y.Z", or without the bracket
 // while no unit is current.
 std::string WindowTitle(const std::optional<std::string>& modemName, const std::string& version);

@@ -3,6 +3,7 @@
 // pointer with a pending placement, the cursors, the moves and the entry boxes.
 #include <QAction>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QtTest>
 
 #include <memory>
@@ -12,6 +13,7 @@
 #include "app/plot_widget.h"
 #include "app/status_panels.h"
 #include "test_support.h"
+#include "view/window_layout.h"
 
 using namespace tavrix;
 using namespace tavrix::testing;
@@ -79,6 +81,34 @@ class InteractionTest : public QObject {
     QCOMPARE(h.View().PreviousView, before);
     QCOMPARE(h.w->Modes().Mode, modeAfter);
     QCOMPARE(h.w->Button("Pan")->isChecked(), modeAfter == kPanMode);
+  }
+
+  void statusBarFollowsTheWindowWidth() {
+    Window f;
+    // Wider, then narrower, then the narrowest: the panels always end inside the window.
+    for (const int width : {1500, 1000, f.w->MinimumPixels().width()}) {
+      f.w->resize(width, 640);
+      QTRY_COMPARE(f.w->width(), width);
+      QCoreApplication::processEvents();
+      for (const char* key : kStatusPanelKeys) {
+        const QWidget* panel = f.w->Panels()->Panel(key);
+        const int right = panel->mapTo(f.w.get(), QPoint(panel->width(), 0)).x();
+        QVERIFY2(right <= width, key);
+      }
+    }
+  }
+
+  void scrollArrowsStopAtTheEnds() {
+    Window f;
+    QScrollBar* bar = f.w->VScroll();
+    // Up until the thumb is at the top, then a few more clicks of the disabled arrow.
+    for (int i = 0; i < 2000 && bar->value() > bar->minimum(); ++i) bar->triggerAction(QAbstractSlider::SliderPageStepSub);
+    QCOMPARE(bar->value(), bar->minimum());
+    const ViewScale atTop = f.View().Scale;
+    for (int i = 0; i < 3; ++i) bar->triggerAction(QAbstractSlider::SliderSingleStepSub);
+    QCOMPARE(f.View().Scale, atTop);
+    bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);  // the other way still pans
+    QVERIFY(!(f.View().Scale == atTop));
   }
 
   void clicksInTheModes() {

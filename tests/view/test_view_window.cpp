@@ -1,7 +1,7 @@
 // The view window's arithmetic without a window: presets with their uneven divisors,
 // zoom limits at their exact edges, pan steps, the previous view, zoom to fit cursors,
 // the scroll bars in negated units, the check-mark ladders, and the live spectrum's
-// full view on the first capture and on a new band.
+// full view on the first capture and on a new band, the first window's place.
 #include <QtTest>
 
 #include <memory>
@@ -10,6 +10,7 @@
 #include "test_support.h"
 #include "view/live_spectrum.h"
 #include "view/view_window.h"
+#include "view/window_layout.h"
 
 using namespace tavrix;
 using namespace tavrix::testing;
@@ -236,6 +237,70 @@ class ViewWindowTest : public QObject {
     const ViewScale before = v.Scale;
     QCOMPARE(v.HScrollChange(10, ScrollAction::Increase), ViewOutcome{});
     QCOMPARE(v.Scale, before);
+  }
+
+  void arrowsAtAnEndMoveNothing_data() {
+    QTest::addColumn<bool>("horizontal");
+    QTest::addColumn<ViewScale>("view");
+    QTest::addColumn<int>("action");
+    QTest::addColumn<bool>("moves");
+    const int up = int(ScrollAction::Decrease), down = int(ScrollAction::Increase);
+    const ViewScale top{0, -300, 300, 100}, bottom{0, 100, 300, 100}, right{500, -100, 100, 250},
+        left{-500, -100, 100, 250}, middle{0, -100, 300, 250};
+    QTest::newRow("level bar at its top: up refused") << false << top << up << false;
+    QTest::newRow("level bar at its top: down pans") << false << top << down << true;
+    QTest::newRow("level bar at its bottom: down refused") << false << bottom << down << false;
+    QTest::newRow("level bar at its bottom: up pans") << false << bottom << up << true;
+    QTest::newRow("level bar in between: up pans") << false << middle << up << true;
+    QTest::newRow("band bar at its right: right refused") << true << right << down << false;
+    QTest::newRow("band bar at its right: left pans") << true << right << up << true;
+    QTest::newRow("band bar at its left: left refused") << true << left << up << false;
+  }
+  void arrowsAtAnEndMoveNothing() {
+    QFETCH(bool, horizontal);
+    QFETCH(ViewScale, view);
+    QFETCH(int, action);
+    QFETCH(bool, moves);
+    ViewWindow w = BandView();
+    w.Scale = view;
+    w.PrepareRedraw();
+    const ScrollBarModel& bar = horizontal ? w.HScroll : w.VScroll;
+    const ViewScale before = w.Scale;
+    const int value = bar.Value;
+    const ViewOutcome outcome = horizontal ? w.HScrollChange(value, ScrollAction(action))
+                                           : w.VScrollChange(value, ScrollAction(action));
+    QCOMPARE(outcome.Redraw, moves);
+    QCOMPARE(w.Scale == before, !moves);
+    // Clicked again and again, a refused arrow never walks the view off the bar.
+    for (int i = 0; i < 5 && !moves; ++i)
+      QVERIFY(!(horizontal ? w.HScrollChange(value, ScrollAction(action)) : w.VScrollChange(value, ScrollAction(action))).Redraw);
+    QCOMPARE(w.Scale == before, !moves);
+  }
+
+  void zeroRangeBarHasNoArrow() {
+    ViewWindow v;
+    v.PrepareRedraw();
+    v.VScroll.Min = v.VScroll.Max = 0;
+    v.PrepareRedraw();
+    QCOMPARE(v.VScroll.Arrows, kNoArrow);
+    QVERIFY(!v.VScrollChange(0, ScrollAction::Increase).Redraw && !v.VScrollChange(0, ScrollAction::Decrease).Redraw);
+  }
+
+  void firstStartPlace_data() {
+    QTest::addColumn<QRect>("screen");
+    QTest::addColumn<QRect>("place");
+    // Three quarters of the area, centred; at most 1600x1000; never below 794x384.
+    QTest::newRow("full HD") << QRect(0, 0, 1920, 1040) << QRect(160, 69, 1600, 901);
+    QTest::newRow("laptop") << QRect(0, 0, 1366, 728) << QRect(91, 49, 1183, 630);
+    QTest::newRow("4K: capped") << QRect(0, 0, 3840, 2120) << QRect(1120, 560, 1600, 1000);
+    QTest::newRow("small: the minimum") << QRect(0, 0, 800, 600) << QRect(3, 40, 794, 520);
+    QTest::newRow("second screen to the right") << QRect(1920, 24, 1280, 1000) << QRect(2005, 91, 1109, 866);
+  }
+  void firstStartPlace() {
+    QFETCH(QRect, screen);
+    QFETCH(QRect, place);
+    const ScreenRect r = FirstStartPlace({screen.x(), screen.y(), screen.width(), screen.height()}, 794, 384);
+    QCOMPARE(QRect(r.X, r.Y, r.Width, r.Height), place);
   }
 
   void checkMarksFollowThePresets_data() {
