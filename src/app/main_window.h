@@ -1,4 +1,5 @@
 #pragma once
+#include <QElapsedTimer>
 #include <QMainWindow>
 #include <QRect>
 #include <QString>
@@ -51,6 +52,10 @@ using ColorChooser = std::function<std::optional<QColor>(const QString& title, c
 // Shows the properties dialog of a unit (or kNewModemMarker) and returns what its OK did.
 using ModemEditor = std::function<StoreOutcome(Modems& modems, const std::string& editedName)>;
 
+// Two current units are the same when name (in any case) and address agree; none is
+// the same as none.
+bool SameUnit(const std::optional<ModemInfo>& a, const std::optional<ModemInfo>& b);
+
 struct MainWindowOptions {
   CycleTiming Timing;        // the product's 3000/500/5000 ms unless a test compresses them
   FtpLimits Limits;
@@ -60,6 +65,8 @@ struct MainWindowOptions {
   ModemEditor EditModem;       // replaces the properties dialog (tests)
   QString SettingsFile;        // the settings file; empty for the platform's per-user store
   bool ConnectAtStart = true;  // false: the unit used last waits (--demo brings its own unit)
+  // How often a unit's time of last connection is written while it keeps answering.
+  qint64 LastCommWriteMs = 10 * 60 * 1000;
 };
 
 // The main window. It owns the state (the live spectrum with its view window, the
@@ -188,6 +195,8 @@ class frmMain : public QMainWindow {
   void KeepSettings();
   void ApplySettings(const ViewerSettings& settings);
   void ApplyGeometry(const StoredGeometry& stored);
+  // A new user's first window: three quarters of the primary screen, centred.
+  void ShowFirstStartPlace();
   StoredGeometry CurrentGeometry() const;
   // Remembers the place and size of the normal window, which a maximised one returns to.
   void KeepNormalPlace();
@@ -208,6 +217,8 @@ class frmMain : public QMainWindow {
 
   // Acquisition and captures (main_window_live.cpp).
   void ShowAcquisitionDisplay();
+  // Clears every trace of the unit watched before, back to the no-capture state.
+  void ForgetCaptures();
   void ShowSpanCaptions();
   void RefreshSelectionPanels();
   void SetTitle();
@@ -259,6 +270,8 @@ class frmMain : public QMainWindow {
   std::string lastModem_;                 // LastModem as it will be stored
   QRect normalPlace_;                     // the normal window's frame place and size
   QString lastPath_;
+  std::string lastCommWrittenFor_;  // the unit whose LastComm was written last, and when
+  QElapsedTimer lastCommWritten_;
   int exportKind_ = 0;  // the drop-down entry the Export button's face repeats
   bool loaded_ = false;
   bool busyShown_ = false;

@@ -28,7 +28,9 @@ QString Text(const std::string& text) { return QString::fromStdString(text); }
 }  // namespace
 
 void frmMain::SetCurrentModem(std::optional<ModemInfo> modem) {
+  const std::optional<ModemInfo> before = CurrentModem();
   outsideModem_ = std::move(modem);
+  if (!SameUnit(before, CurrentModem())) ForgetCaptures();
   currentModemName_.clear();
   SetTitle();
   cycle_->CurrentModemChanged();
@@ -63,6 +65,28 @@ uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
   });
   emit captureShown();
   return live_.State.Capture.LeadWord;
+}
+
+bool SameUnit(const std::optional<ModemInfo>& a, const std::optional<ModemInfo>& b) {
+  if (!a || !b) return !a && !b;
+  return QString::fromStdString(a->Name).compare(QString::fromStdString(b->Name), Qt::CaseInsensitive) == 0 &&
+         a->Address == b->Address;
+}
+
+void frmMain::ForgetCaptures() {
+  // Another unit's band must never be shown under this unit's name: everything a capture
+  // set goes back to how it was before the first one.
+  live_.ForgetCaptures();
+  selection_ = {};
+  panels_->SetText("CenterFreq", {});
+  panels_->SetText("SampleRate", {});
+  Button("VideoAverage")->setToolTip("Video Average Trace");
+  Button("PeakHold")->setToolTip("Peak Hold Trace");
+  for (size_t i = 0; i < spanItems_.size(); ++i) spanItems_[i]->setText(kSpanCaptions[i]);
+  if (QMenu* entries = DropDown("FSpan"))
+    for (qsizetype i = 0; i < entries->actions().size() && i < kPresetCount; ++i)
+      entries->actions()[i]->setText(kSpanCaptions[static_cast<size_t>(i)]);
+  UpdateView();
 }
 
 void frmMain::ShowSpanCaptions() {

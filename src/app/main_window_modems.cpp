@@ -79,11 +79,13 @@ void frmMain::mnuCommSel_Click(int index) {
 void frmMain::ChooseModem(const std::string& name) {
   const Modem* modem = modems_.Item(name);
   if (modem == nullptr) return;
+  const std::optional<ModemInfo> before = CurrentModem();
   outsideModem_.reset();
   currentModemName_ = modem->Name;
   lastModem_ = modem->Name;
   UpdateModems();
   SaveDirectory();
+  if (!SameUnit(before, CurrentModem())) ForgetCaptures();
   ChooseDirectoryUnit();
 }
 
@@ -157,7 +159,15 @@ void frmMain::OnConnectFinished(bool connected) {
   bool reordered = false;
   for (int i = 0; i < kRecentModems; ++i) reordered |= before[static_cast<size_t>(i)] != modems_.GetRecent(i + 1);
   if (reordered) FillRecentMenu();
-  SaveDirectory();
+  // The unit answers at every poll: its time goes to the disk at the first connection,
+  // then at most once per interval, and at close, so the settings file is not rewritten
+  // every few seconds for a timestamp.
+  const bool firstForUnit = !SameName(lastCommWrittenFor_, modem->Name);
+  if (firstForUnit || !lastCommWritten_.isValid() || lastCommWritten_.hasExpired(options_.LastCommWriteMs)) {
+    SaveDirectory();
+    lastCommWrittenFor_ = modem->Name;
+    lastCommWritten_.start();
+  }
 }
 
 }  // namespace tavrix

@@ -46,7 +46,12 @@ bool OnSomeScreen(const QRect& window) {
 
 void frmMain::LoadSettings() {
   const ViewerSettings settings = LoadViewerSettings(*store_, QDir::homePath().toStdString());
+  // With no stored size (a new user) the window opens at a comfortable size instead of
+  // the table's default, which is only the minimum.
+  const bool storedSize = !store_->GetSetting("WindowState", "WindowWidth", "").empty() &&
+                          !store_->GetSetting("WindowState", "WindowHeight", "").empty();
   ApplySettings(settings);
+  if (!storedSize) ShowFirstStartPlace();
   savedSettings_ = settings;
   settingsKeeper_ = new QTimer(this);
   settingsKeeper_->setInterval(kSettingsKeepMs);
@@ -115,6 +120,18 @@ void frmMain::ApplyGeometry(const StoredGeometry& stored) {
   move(wanted.topLeft());
   normalPlace_ = wanted;
   if (stored.State == kWindowMaximized) setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void frmMain::ShowFirstStartPlace() {
+  const QScreen* primary = QGuiApplication::primaryScreen();
+  if (primary == nullptr) return;
+  const QRect room = primary->availableGeometry();
+  const QSize minimum = MinimumPixels();
+  const ScreenRect place =
+      FirstStartPlace({room.x(), room.y(), room.width(), room.height()}, minimum.width(), minimum.height());
+  resize(place.Width, place.Height);
+  move(place.X, place.Y);
+  normalPlace_ = QRect(place.X, place.Y, place.Width, place.Height);
 }
 
 void frmMain::KeepNormalPlace() {

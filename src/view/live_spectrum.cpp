@@ -30,6 +30,15 @@ CaptureOutcome LiveSpectrum::ProcessBlock(std::string_view block, bool windowSpe
   return outcome;
 }
 
+void LiveSpectrum::ForgetCaptures() {
+  const auto shown = State.Traces.TraceVisible;
+  State = SpectrumState{};
+  State.Traces.TraceVisible = shown;
+  View = ViewWindow{};
+  RawI = {};
+  RawQ = {};
+}
+
 PlotScene LiveSpectrum::Scene() const {
   PlotScene scene;
   scene.Traces = &State.Traces;

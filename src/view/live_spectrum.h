@@ -30,6 +30,10 @@ class LiveSpectrum {
   // must not be passed (the acquisition cycle never parses an empty read).
   CaptureOutcome ProcessBlock(std::string_view block, bool windowSpectrum, const ProgressFn& progress = {});
 
+  // Back to the state before any capture (another unit was chosen): no traces, counts or
+  // band, the view as at start. Which traces are switched on is kept.
+  void ForgetCaptures();
+
   // The scene of the current state as the window shows it after a redraw: the traces
   // through the view, the level grid of the checked preset, the viewing palette, no
   // cursors, no selection. The scene points into this object.

@@ -5,6 +5,7 @@
 #include <QAction>
 #include <QClipboard>
 #include <QFile>
+#include <QFileSystemWatcher>
 #include <QMimeData>
 #include <QPrinter>
 #include <QSignalSpy>
@@ -16,6 +17,7 @@
 #include "app/entry_box.h"
 #include "app/main_window.h"
 #include "app/plot_widget.h"
+#include "app/status_panels.h"
 #include "app/version.h"
 #include "link/recording_notices.h"
 #include "link/simulator_process.h"
@@ -30,7 +32,7 @@ namespace {
 constexpr int kWaitMs = 15000;
 
 struct Viewer {
-  explicit Viewer(const QString& settingsFile) {
+  explicit Viewer(const QString& settingsFile, const std::function<void(MainWindowOptions&)>& adjust = {}) {
     options.SettingsFile = settingsFile;
     options.Timing.pollMs = 600000;
     options.Timing.connectionMs = 0;
@@ -50,6 +52,7 @@ struct Viewer {
       RecordingNotices notices;
       return StoreModem(modems, edited, name, address, QDateTime::currentDateTime(), notices);
     };
+    if (adjust) adjust(options);
     w = std::make_unique<frmMain>(options);
   }
   bool WaitConnected() {
@@ -79,8 +82,14 @@ class SettingsWindowTest : public QObject {
     Viewer v(folder.filePath("settings.conf"));
     const ViewerSettings defaults = LoadViewerSettings(v.w->Store(), QDir::homePath().toStdString());
     ViewerSettings now = v.w->CurrentSettings();
-    QCOMPARE(v.w->size(), v.w->MinimumPixels());
-    now.Window = defaults.Window;  // twips of whole pixels: compared as a size above
+    // A comfortable first window: three quarters of the screen's area (here the minimum
+    // width bounds it), centred.
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    const QRect place(v.w->pos(), v.w->size());
+    QVERIFY(place.width() >= v.w->MinimumPixels().width());
+    QVERIFY(std::abs(place.height() - screen.height() * 0.866) <= 1);
+    QVERIFY((place.center() - screen.center()).manhattanLength() <= 2);
+    now.Window = defaults.Window;  // the place is compared above
     QVERIFY(now == defaults);
     QCOMPARE(v.w->windowTitle(), QString("Tavrix Spectrum Analyzer - Version ") + kVersion);
     QAction* recent = v.w->MenuEntry("mnuCommSel0");
@@ -234,9 +243,18 @@ class SettingsWindowTest : public QObject {
       v.address = "127.0.0.1:1";
       w.mnuCommAdd_Click();  // another is current: this one waits in the directory
       QCOMPARE(w.CurrentModemName(), std::string("Rack 1"));
+      QSignalSpy captured(&w, &frmMain::captureShown);
+      w.Cycle().timerPoll_Timer();
+      QVERIFY(captured.wait(kWaitMs));
+      w.tbMain_ButtonClick("PeakHold");
       w.ChooseModem("Rack 2");
       QVERIFY(!v.WaitConnected());
       QVERIFY(v.AskedTitled("Cannot Connect To Server"));
+      // Nothing of Rack 1 is left under Rack 2's name.
+      QVERIFY(!w.Live().State.Traces.DataValid && w.Live().State.Traces.PeakHoldCount == 0);
+      QVERIFY(w.Panels()->Text("CenterFreq").isEmpty() && w.Panels()->Text("CurPoint").isEmpty());
+      QCOMPARE(w.Button("PeakHold")->toolTip(), QString("Peak Hold Trace"));
+      QVERIFY(w.Button("PeakHold")->isChecked());
       QCOMPARE(w.windowTitle(), QString("Tavrix Spectrum Analyzer [Connected to Rack 2] - Version ") + kVersion);
       // The recent menu: the newest at the top (a new entry counts as heard from now);
       // back to the first unit from there.
@@ -253,6 +271,43 @@ class SettingsWindowTest : public QObject {
     QCOMPARE(again.w->CurrentModemName(), std::string("Rack 1"));
     QVERIFY(again.WaitConnected());  // the unit used last, by timerConnection
     QVERIFY(!again.w->Cycle().Stopped());  // updates were running at the close, and run again
+  }
+
+  // A unit that keeps answering: its time of last connection is written once at the
+  // first connection, then only after the interval (and at close).
+  void aUnitThatKeepsAnsweringIsNotWrittenAtEveryPoll_data() {
+    QTest::addColumn<int>("intervalMs");
+    QTest::addColumn<bool>("rewritten");
+    QTest::newRow("the ten-minute interval") << 600000 << false;
+    QTest::newRow("no interval") << 0 << true;
+  }
+  void aUnitThatKeepsAnsweringIsNotWrittenAtEveryPoll() {
+    QFETCH(int, intervalMs);
+    QFETCH(bool, rewritten);
+    SimulatorProcess sim;
+    QVERIFY(sim.Started());
+    QTemporaryDir folder;
+    const QString file = folder.filePath("settings.conf");
+    Viewer v(file, [&](MainWindowOptions& o) { o.LastCommWriteMs = intervalMs; });
+    v.name = "Rack 1";
+    v.address = sim.Address();
+    v.w->mnuCommAdd_Click();
+    QVERIFY(v.WaitConnected());
+    QTRY_VERIFY_WITH_TIMEOUT(QFile(file).exists() && LoadModems(SettingsStore(file)).Entries.Count() == 1, kWaitMs);
+    QTest::qWait(2500);  // the settings keeper has stored the running updates
+    QFileSystemWatcher watcher({folder.path()});
+    QSignalSpy writes(&watcher, &QFileSystemWatcher::directoryChanged);
+    for (int i = 0; i < 3; ++i) {
+      QTest::qWait(intervalMs == 0 ? 1100 : 0);  // the stored time has whole seconds
+      QSignalSpy ended(&v.w->Cycle(), &AcquisitionCycle::tickFinished);
+      v.w->Cycle().timerPoll_Timer();
+      QVERIFY(ended.wait(kWaitMs));
+    }
+    QTest::qWait(300);
+    QCOMPARE(writes.size() > 0, rewritten);
+    const QDateTime heard = v.w->Directory().Item("Rack 1")->LastComm;
+    v.w->close();  // the close writes the latest time whatever the interval
+    QCOMPARE(LoadModems(SettingsStore(file)).Entries.Item("Rack 1")->LastComm.toSecsSinceEpoch(), heard.toSecsSinceEpoch());
   }
 };
 
