@@ -43,7 +43,7 @@ except ImportError:
              "'apt-get install -y python3-pyftpdlib'")
 
 from pyftpdlib.filesystems import AbstractedFS, FilesystemError
-from pyftpdlib.handlers import DTPHandler, FTPHandler
+from pyftpdlib.handlers import ActiveDTP, DTPHandler, FTPHandler
 from pyftpdlib.authorizers import AuthenticationFailed, DummyAuthorizer
 from pyftpdlib.ioloop import RetryError
 from pyftpdlib.servers import FTPServer
@@ -75,6 +75,7 @@ class EventLog:
       STALL <seconds>    a RETR transfer pauses halfway
       DROP               a RETR transfer and its session are cut halfway
       REFUSING           no further connections are accepted
+      FORGED <addr>      a data connection is made from another address
     """
 
     def __init__(self, stream):
@@ -101,6 +102,7 @@ class SimulatedUnit:
         self.pool = [self.model.capture(n) for n in range(options.capture_pool)]
         self.captured_at = time.time()
         self.blocks_served = 0
+        self.data_connections = 0
         self.take_capture()
 
     def take_capture(self):
@@ -361,6 +363,20 @@ class SimDataChannel(DTPHandler):
                 self.tot_bytes_sent, "complete" if finished else "incomplete"))
 
 
+class SimActiveDTP(ActiveDTP):
+    """The unit's side of an active-mode data connection; with --forge-data-from it
+    comes from another address, as a host racing the unit would."""
+
+    def connect_af_unspecified(self, addr, source_address=None):
+        unit = self.cmd_channel.unit
+        unit.data_connections += 1
+        forged = unit.options.forge_data_from
+        if forged and unit.data_connections > unit.options.forge_skip:
+            self.cmd_channel.events.write("FORGED %s" % forged)
+            source_address = (forged, 0)
+        return super().connect_af_unspecified(addr, source_address)
+
+
 class SimHandler(FTPHandler):
     """Control connection of the simulated unit."""
 
@@ -369,6 +385,7 @@ class SimHandler(FTPHandler):
     authorizer = AnonymousAuthorizer()
     abstracted_fs = VirtualFS
     dtp_handler = SimDataChannel
+    active_dtp = SimActiveDTP
     banner = "Tavrix demodulator (simulated) ready."
     timeout = 120
     use_sendfile = False
@@ -392,6 +409,8 @@ class SimHandler(FTPHandler):
             self.respond("550 %s is not retrievable." % self.fs.fs2ftp(path))
         elif self.unit.options.no_size:
             self.respond(NO_SIZE_REPLIES[self.unit.options.no_size])
+        elif self.unit.options.size_says is not None:
+            self.respond("213 %d" % self.unit.options.size_says)
         else:
             self.respond("213 %d" % len(self.unit.spectrum_file()))
 
@@ -415,6 +434,10 @@ class SimHandler(FTPHandler):
         self._restart_position = 0
         if VirtualFS.kind(file) != CAPTURE_NAME:
             self.respond("550 Permission denied.")
+            return None
+        if self.unit.options.reject_text is not None:
+            # Raw bytes, not text: the reply goes out exactly as given.
+            super(FTPHandler, self).push(b"550 " + self.unit.options.reject_text + b"\r\n")
             return None
         if self.unit.options.reject_capture:
             self.respond("550 Capture request rejected.")

@@ -1,6 +1,7 @@
 """Command line of the simulated demodulator (see demod_sim.py)."""
 
 import argparse
+import codecs
 import ipaddress
 import math
 import os
@@ -21,6 +22,14 @@ def loopback_host(text):
     if not address.is_loopback:
         raise argparse.ArgumentTypeError("only loopback addresses are allowed")
     return str(address)
+
+
+def escaped_bytes(text):
+    """TEXT with its backslash escapes turned into the bytes they name."""
+    try:
+        return codecs.escape_decode(text.encode("utf-8"))[0]
+    except ValueError as error:
+        raise argparse.ArgumentTypeError(str(error))
 
 
 def bounded_int(low, high):
@@ -79,11 +88,24 @@ def parse_arguments(argv):
                         help="close data and control connection halfway through RETR")
     faults.add_argument("--reject-capture", action="store_true",
                         help="answer STOR capt_spec: with 550")
+    faults.add_argument("--reject-text", type=escaped_bytes, metavar="TEXT",
+                        help="answer STOR capt_spec: with 550 followed by TEXT, its "
+                             "backslash escapes (\\x1b, \\0, ...) sent as raw bytes")
+    faults.add_argument("--size-says", type=bounded_int(0, 1 << 30), metavar="N",
+                        help="answer SIZE of spectrum: with N, whatever it holds")
+    faults.add_argument("--forge-data-from", type=loopback_host, metavar="ADDR",
+                        help="make the data connections from this loopback address "
+                             "instead of the one the client is connected to")
+    faults.add_argument("--forge-skip", type=bounded_int(0, 1 << 30), default=0, metavar="N",
+                        help="with --forge-data-from, the first N data connections are "
+                             "made as usual (default 0)")
     options = parser.parse_args(argv)
     if options.short_block is not None and options.long_block is not None:
         parser.error("--short-block and --long-block cannot be given together")
     if not 0 <= round(options.center_mhz * 1000) <= 0xFFFFFFFF:
         parser.error("--center-mhz must be 0..4294967.295")
+    if options.forge_data_from and ":" in options.forge_data_from:
+        parser.error("--forge-data-from takes an IPv4 loopback address")
     if options.dump_dir and not os.path.isdir(options.dump_dir):
         parser.error("--dump-dir %s is not a directory" % options.dump_dir)
     return options

@@ -176,13 +176,16 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
   const bool reachedUnit = !modem.Address.empty() || !modem.Name.empty();
   if (connected) {
     if (showStatus) ShowStatus("Successful connection established to " + modem.Name + "...");
-    display_.StatusPicture = kImageGreen;
+    // The lamp is green only while updates run: a single step or a start with updates
+    // stopped leaves it red, as the halted state it is.
+    display_.StatusPicture = kImageRed;
     connected_ = true;
     // The unit answers again: a later loss is asked about afresh.
     state_.LostShown = false;
     reconnecting_ = false;
     // A poll that was stopped while this connection was under way leaves polling off.
     if (!noPolling && !Stale(tick)) {
+      display_.StatusPicture = kImageGreen;
       timerPoll_.start();
       display_.StopGoPressed = false;
       display_.StopGoImage = kImageGreen;
@@ -284,6 +287,11 @@ void AcquisitionCycle::FetchStep(std::function<void(bool)> then) {
       return;
     }
     state_.LastReadRequest = outcome.requestedSize;
+    // What arrived is shown as always; the operator is told that it was not all.
+    if (const std::string shortfall = Shortfall(outcome); !shortfall.empty()) {
+      ShowStatus("Short capture received (" + shortfall + ")");
+      timerStatus_.start();
+    }
     // An empty read is no capture: nothing is parsed, but the fetch still counts.
     if (!outcome.block.empty()) {
       state_.RawBlock = std::move(outcome.block);
@@ -440,6 +448,12 @@ void AcquisitionCycle::timerStatus_Timer() {
 
 void AcquisitionCycle::StopGo_Click() {
   if (!currentModem_()) return;
+  // A click while a connection is being made ends that attempt, as Ctrl+S does, and
+  // updates stay stopped; it never starts a second attempt beside the first.
+  if (connecting_) {
+    AbortConnection();
+    return;
+  }
   if (!stopped_) {
     Halt();
     return;

@@ -301,7 +301,8 @@ void FTP_Server::ShowLastResponseInfo() {
   }
   std::string title = "FPT";
   if (replies.LastCode() >= 400) title += " Error " + std::to_string(replies.LastCode());
-  notices_->Ask(replies.LastReply(), title, MessageButtons::Ok, MessageIcon::Information);
+  notices_->Ask(ftp::PrintableText(replies.LastReply(), ftp::kMaxShownChars, true), title, MessageButtons::Ok,
+                MessageIcon::Information);
 }
 
 bool FTP_Server::ConnectedToInternet() const { return impl_->session.IsOpen(); }

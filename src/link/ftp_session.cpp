@@ -1,17 +1,9 @@
 #include "link/ftp_session.h"
 
-// Sockets as every platform names them (libcurl's own headers bring the same).
-#if defined(_WIN32)
-#include <winsock2.h>
-#include <ws2tcpip.h>
-#else
-#include <netinet/in.h>
-#include <sys/socket.h>
-#endif
+#include "link/peer_address.h"
 
 #include <algorithm>
 #include <cctype>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <system_error>
@@ -26,22 +18,6 @@ constexpr int kPollMs = 50;  // how often a running request looks at the abort f
 bool GlobalInit() {
   static const bool ok = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
   return ok;
-}
-
-// A socket with port 0 is the listener libcurl opens for the unit to connect back to in
-// active mode; any other is a control connection.
-bool IsDataListener(const curl_sockaddr& address) {
-  size_t offset = 0;
-  if (address.family == AF_INET) {
-    offset = offsetof(sockaddr_in, sin_port);
-  } else if (address.family == AF_INET6) {
-    offset = offsetof(sockaddr_in6, sin6_port);
-  } else {
-    return false;
-  }
-  uint16_t port = 1;
-  std::memcpy(&port, reinterpret_cast<const char*>(&address.addr) + offset, sizeof port);
-  return port == 0;
 }
 
 }  // namespace
@@ -119,11 +95,20 @@ curl_socket_t Session::OnOpenSocket(void* user, curlsocktype, curl_sockaddr* add
     session->reloginRefused_ = true;
     return CURL_SOCKET_BAD;
   }
-  int type = address->socktype;
-#ifdef SOCK_CLOEXEC
-  type |= SOCK_CLOEXEC;  // not handed on to programs the viewer starts
-#endif
-  return ::socket(address->family, type, address->protocol);
+  return OpenSocket(*address);
+}
+
+int Session::OnSocketOption(void* user, curl_socket_t socket, curlsocktype purpose) {
+  if (purpose != CURLSOCKTYPE_ACCEPT) return CURL_SOCKOPT_OK;
+  // In active mode anyone who reaches the listening port first could hand over the data:
+  // only the unit the control connection is with may.
+  Session* session = static_cast<Session*>(user);
+  const char* unit = nullptr;
+  curl_easy_getinfo(session->easy_, CURLINFO_PRIMARY_IP, &unit);
+  const std::string peer = PeerAddress(socket);
+  if (unit != nullptr && SameHost(peer, unit)) return CURL_SOCKOPT_OK;
+  session->refusedPeer_ = peer.empty() ? "an unknown address" : peer;
+  return CURL_SOCKOPT_ERROR;
 }
 
 void Session::SetOptions(Request& r, const std::string& url, curl_slist* commands) {
@@ -158,6 +143,8 @@ void Session::SetOptions(Request& r, const std::string& url, curl_slist* command
   curl_easy_setopt(easy_, CURLOPT_WRITEDATA, this);
   curl_easy_setopt(easy_, CURLOPT_OPENSOCKETFUNCTION, &Session::OnOpenSocket);
   curl_easy_setopt(easy_, CURLOPT_OPENSOCKETDATA, this);
+  curl_easy_setopt(easy_, CURLOPT_SOCKOPTFUNCTION, &Session::OnSocketOption);
+  curl_easy_setopt(easy_, CURLOPT_SOCKOPTDATA, this);
   if (r.noBody) curl_easy_setopt(easy_, CURLOPT_NOBODY, 1L);
   if (r.listNames) curl_easy_setopt(easy_, CURLOPT_DIRLISTONLY, 1L);
   if (r.upload) {
@@ -178,6 +165,7 @@ Outcome Session::Run(Request& r) {
   }
   const int repliesBefore = replies_.Count();
   reloginRefused_ = false;
+  refusedPeer_.clear();
   sizeReplied_ = -1;
   if (AbortRequested()) {
     outcome.cut = Cut::Abort;
@@ -229,10 +217,11 @@ std::string Session::Describe(const Outcome& outcome, int repliesBefore) const {
   if (outcome.ok()) return {};
   if (outcome.cut == Cut::Abort) return "aborted";
   if (outcome.cut == Cut::Stall) return "transfer stalled";
+  if (!refusedPeer_.empty()) return "data connection from " + refusedPeer_ + " refused";
   if (replies_.Count() > repliesBefore && replies_.LastCode() >= 400) {
     std::string reply = replies_.LastReply();
     while (!reply.empty() && (reply.back() == '\n' || reply.back() == '\r')) reply.pop_back();
-    return "refused: " + reply;
+    return "refused: " + PrintableText(reply);
   }
   switch (outcome.code) {
     case CURLE_COULDNT_CONNECT: {
@@ -258,8 +247,25 @@ std::string Session::Describe(const Outcome& outcome, int repliesBefore) const {
     case CURLE_PARTIAL_FILE:
     case CURLE_GOT_NOTHING:
       return "connection dropped";
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_FTP_WEIRD_PASS_REPLY:
+    case CURLE_FTP_WEIRD_PASV_REPLY:
+    case CURLE_FTP_WEIRD_227_FORMAT:
+    case CURLE_FTP_COULDNT_SET_TYPE:
+    case CURLE_FTP_COULDNT_RETR_FILE:
+    case CURLE_QUOTE_ERROR:
+      return "the unit's reply was not understood";
+    case CURLE_LOGIN_DENIED:
+    case CURLE_REMOTE_ACCESS_DENIED:
+    case CURLE_REMOTE_FILE_NOT_FOUND:
+      return "refused by the unit";
+    case CURLE_FTP_PORT_FAILED:
+      return "no data connection could be offered";
+    case CURLE_OUT_OF_MEMORY:
+      return "out of memory";
     default:
-      return curl_easy_strerror(outcome.code);
+      // libcurl's own texts speak of its internals; the code is kept for a bug report.
+      return "the exchange with the unit failed (code " + std::to_string(static_cast<int>(outcome.code)) + ")";
   }
 }
 

@@ -90,6 +90,7 @@ class Session {
   static size_t OnSend(char* buffer, size_t size, size_t count, void* user);
   static size_t OnReplyLine(char* data, size_t size, size_t count, void* user);
   static curl_socket_t OnOpenSocket(void* user, curlsocktype purpose, curl_sockaddr* address);
+  static int OnSocketOption(void* user, curl_socket_t socket, curlsocktype purpose);
 
   const FtpLimits limits_;
   CURL* easy_ = nullptr;
@@ -102,6 +103,7 @@ class Session {
   Request* request_ = nullptr;  // the request running
   Clock::time_point lastMovement_;
   bool reloginRefused_ = false;  // the request needed a new control connection
+  std::string refusedPeer_;      // a data connection came from this address, not the unit's
   curl_off_t sizeReplied_ = -1;
 };
 

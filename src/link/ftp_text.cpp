@@ -26,7 +26,7 @@ std::string ServerSideName(const std::string& name) { return name.substr(0, name
 bool HasLineBreak(const std::string& text) { return text.find_first_of("\r\n") != std::string::npos; }
 
 std::string RequestUrl(const ServerAddress& address, const std::string& path) {
-  std::string url = "ftp://" + address.Host + ":" + std::to_string(address.Port) + "/";
+  std::string url = "ftp://" + UrlHost(address) + ":" + std::to_string(address.Port) + "/";
   for (const char c : path) {
     if (IsLetterOrDigit(c) || c == '-' || c == '.' || c == '_' || c == '~' || c == '/' || c == ':') {
       url += c;
@@ -63,6 +63,69 @@ std::optional<std::string> QuotedDirectory(const std::string& reply) {
     }
   }
   return std::nullopt;
+}
+
+namespace {
+
+// The length of the valid UTF-8 sequence that starts text[i], or 0 when it is not one.
+size_t Utf8Length(std::string_view text, size_t i) {
+  const auto byte = [&](size_t k) { return static_cast<unsigned char>(text[k]); };
+  const unsigned char lead = byte(i);
+  if (lead < 0x80) return 1;
+  size_t length = 0;
+  unsigned char low = 0x80, high = 0xBF;  // the range of the second byte
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    length = 2;
+  } else if (lead >= 0xE0 && lead <= 0xEF) {
+    length = 3;
+    if (lead == 0xE0) low = 0xA0;
+    if (lead == 0xED) high = 0x9F;  // no UTF-16 surrogates
+  } else if (lead >= 0xF0 && lead <= 0xF4) {
+    length = 4;
+    if (lead == 0xF0) low = 0x90;
+    if (lead == 0xF4) high = 0x8F;  // nothing past U+10FFFF
+  } else {
+    return 0;
+  }
+  if (i + length > text.size() || byte(i + 1) < low || byte(i + 1) > high) return 0;
+  for (size_t k = 2; k < length; ++k)
+    if (byte(i + k) < 0x80 || byte(i + k) > 0xBF) return 0;
+  return length;
+}
+
+bool IsControl(std::string_view text, size_t i, size_t length) {
+  const unsigned char lead = static_cast<unsigned char>(text[i]);
+  if (length == 1) return lead < 0x20 || lead == 0x7F;
+  return length == 2 && lead == 0xC2 && static_cast<unsigned char>(text[i + 1]) < 0xA0;  // C1
+}
+
+}  // namespace
+
+std::string PrintableText(std::string_view text, size_t maxChars, bool keepLineBreaks) {
+  std::string shown;
+  size_t chars = 0;
+  for (size_t i = 0; i < text.size();) {
+    std::string_view piece;  // what goes out as it came, one character
+    size_t length = Utf8Length(text, i);
+    if (keepLineBreaks && text.substr(i, 2) == "\r\n") {
+      length = 2;
+      piece = text.substr(i, 2);
+    } else if (length != 0 && ((keepLineBreaks && text[i] == '\n') || !IsControl(text, i, length))) {
+      piece = text.substr(i, length);
+    }
+    std::string escapes;
+    for (size_t k = 0; piece.empty() && k < std::max<size_t>(length, 1); ++k) {
+      char escaped[5];
+      std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned char>(text[i + k]));
+      escapes += escaped;
+    }
+    const size_t pieceChars = piece.empty() ? escapes.size() : 1;
+    if (chars + pieceChars > maxChars) return shown + "...";
+    shown += piece.empty() ? std::string_view(escapes) : piece;
+    chars += pieceChars;
+    i += piece.empty() ? std::max<size_t>(length, 1) : length;
+  }
+  return shown;
 }
 
 bool MatchesPattern(const std::string& name, const std::string& pattern) {

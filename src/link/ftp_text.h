@@ -1,8 +1,10 @@
 #pragma once
 // Text handling of the FTP client that needs no network: the names sent to the server,
 // the request URLs, the replies and the listing.
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "link/server_address.h"
@@ -25,6 +27,14 @@ std::optional<long long> ReportedSize(const std::string& reply);
 // The directory named by a "257" reply to PWD (doubled quotes inside stand for one), or
 // nothing when the reply carries no quoted name.
 std::optional<std::string> QuotedDirectory(const std::string& reply);
+
+// A text that came from a unit, fit to be printed or shown: each byte below 0x20, 0x7F,
+// each C1 control (U+0080..U+009F) and each byte that is not part of valid UTF-8 becomes a
+// visible "\xNN" escape, so that no terminal sequence or stray byte reaches the operator.
+// With `keepLineBreaks` a CR LF or LF stays as it is. More than `maxChars` characters
+// (escapes counted as written) are cut and end with "...".
+inline constexpr size_t kMaxShownChars = 200;
+std::string PrintableText(std::string_view text, size_t maxChars = kMaxShownChars, bool keepLineBreaks = false);
 
 // Wildcard match of a whole name: '*' any run of characters, '?' any one character.
 bool MatchesPattern(const std::string& name, const std::string& pattern);

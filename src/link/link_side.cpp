@@ -48,6 +48,7 @@ FetchOutcome LinkSide::Fetch() {
   lastError_ = outcome.opened ? std::string() : client_->LastErrorText();
   if (outcome.opened) {
     const int32_t size = client_->GetFileSize();
+    outcome.reportedSize = size;
     outcome.requestedSize = size == -1 ? kNominalBlockLength : size;
     int32_t requested = outcome.requestedSize;
     const int32_t before = static_cast<int32_t>(client_->ReadBuffer().size());
@@ -56,6 +57,14 @@ FetchOutcome LinkSide::Fetch() {
     outcome.cutShort = client_->LastErrorText();
   }
   return outcome;
+}
+
+std::string Shortfall(const FetchOutcome& outcome) {
+  const std::string got = std::to_string(outcome.block.size());
+  if (!outcome.cutShort.empty()) return got + " bytes, " + outcome.cutShort;
+  if (outcome.reportedSize >= 0 && outcome.block.size() < static_cast<size_t>(outcome.reportedSize))
+    return got + " of " + std::to_string(outcome.reportedSize) + " bytes";
+  return {};
 }
 
 bool LinkSide::IsConnected() {

@@ -13,7 +13,11 @@ struct ServerAddress {
 };
 
 // "host" or "host:PORT" with PORT 1..65535 (port 21 when none is given). The host is
-// a name or a dotted address; empty hosts, bad ports and stray colons give nothing.
+// a name, a dotted address or an IPv6 address in brackets ("[::1]", "[fe80::2]:2121",
+// kept without them); empty hosts, bad ports and stray colons give nothing.
 std::optional<ServerAddress> ParseServerAddress(std::string_view text);
+
+// The host as it goes into a URL: an IPv6 address in brackets.
+std::string UrlHost(const ServerAddress& address);
 
 }  // namespace tavrix

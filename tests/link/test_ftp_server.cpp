@@ -17,6 +17,8 @@
 
 #include "link/ftp_server.h"
 #include "link/ftp_text.h"
+#include "link/link_side.h"
+#include "link/server_address.h"
 #include "link/loopback_peers.h"
 #include "link/recording_notices.h"
 #include "link/simulator_process.h"
@@ -97,6 +99,7 @@ struct Fault {
   int stallMs = 0, transferMs = 0, maxRead = 0;  // 0: as in kFast
   int abortMs = kNoAbort;   // the operator's flag: 0 set before, or after so many ms, or kWhenStalled
   bool connects = true;
+  bool opens = true;  // the read of "spectrum:" gets its data connection
   const char* file = "capt_spec:";
   const char* write = nullptr;  // bytes written to `file` instead of a read of "spectrum:"
   const char* why = "";         // LastErrorText after the connection, read or write; empty when complete
@@ -124,6 +127,15 @@ const Fault kFaults[] = {
     {.name = "request not the byte 1", .write = "\x02",
      .why = "refused: 550 Capture request must be the single byte 1."},
     {.name = "read-only file", .file = "spectrum:", .write = "\x01", .why = "refused: 550 Permission denied."},
+    // A reply is shown with its control bytes and stray bytes escaped.
+    {.name = "terminal sequences in a reply",
+     .options = {"--reject-text", R"(\x1b]0;title\x07\x1b[31mred\x08\x00\xff\xfe \xc2\x9b2J \xc3\xa9t\xc3\xa9)"},
+     .write = "\x01",
+     .why = R"(refused: 550 \x1b]0;title\x07\x1b[31mred\x08\x00\xff\xfe \xc2\x9b2J été)"},
+    // Only the unit may deliver the data, not another host that reaches the port first.
+    {.name = "data from another address", .options = {"--forge-data-from", "127.0.0.2"}, .opens = false,
+     .why = "data connection from 127.0.0.2 refused"},
+    {.name = "data from the unit's address", .options = {"--forge-data-from", "127.0.0.1"}},
     {.name = "SIZE refused, 550", .options = {"--no-size", "550"}, .reported = -1},
     {.name = "SIZE unknown, 502", .options = {"--no-size", "502"}, .reported = -1},
     {.name = "short block", .options = {"--short-block", "100"}, .reported = 100, .length = 100},
@@ -228,6 +240,12 @@ class FtpServerTest : public QObject {
       QCOMPARE(notices.boxes[0].text, why.substr(std::string("refused: ").size()) + "\r\n");
       QCOMPARE(notices.boxes[0].title, std::string("FPT Error 550"));
       QCOMPARE(Read(*client), kBlock);  // a refusal leaves the connection as it was
+      return;
+    }
+    if (f.connects && !f.opens) {
+      QVERIFY(!opened);
+      QCOMPARE(client->GetFileSize(), -1);
+      QCOMPARE(sim.Count("SENT", true), 0);
       return;
     }
     if (f.connects) {
@@ -426,6 +444,91 @@ class FtpServerTest : public QObject {
     QCOMPARE(ftp::RequestUrl({"10.0.0.5", 2121}, "a b%#?;type=a"),
              std::string("ftp://10.0.0.5:2121/a%20b%25%23%3F%3Btype%3Da"));
     QVERIFY(ftp::MatchesPattern("aab", "*a*b") && !ftp::MatchesPattern("abc", "*b"));
+    QCOMPARE(ftp::RequestUrl({"fe80::2", 2121}, "spectrum:"), std::string("ftp://[fe80::2]:2121/spectrum:"));
+  }
+
+  // What a unit sends is shown with every byte a terminal would act on made visible.
+  void printableText_data() {
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<int>("maxChars");
+    QTest::addColumn<bool>("keepLineBreaks");
+    QTest::addColumn<QByteArray>("shown");
+    QTest::newRow("plain") << QByteArray("550 No such file.") << 200 << false << QByteArray("550 No such file.");
+    QTest::newRow("CSI and OSC") << QByteArray("\x1b[2J\x1b]0;t\x07") << 200 << false
+                                 << QByteArray("\\x1b[2J\\x1b]0;t\\x07");
+    QTest::newRow("NUL, BS, DEL") << QByteArray("a\0b\bc\x7f", 6) << 200 << false << QByteArray("a\\x00b\\x08c\\x7f");
+    QTest::newRow("line breaks escaped") << QByteArray("1\r\n2\n") << 200 << false
+                                         << QByteArray("1\\x0d\\x0a2\\x0a");
+    QTest::newRow("line breaks kept, lone CR not") << QByteArray("1\r\n2\n3\r") << 200 << true
+                                                   << QByteArray("1\r\n2\n3\\x0d");
+    QTest::newRow("UTF-8 kept") << QByteArray("\xc3\xa9\xe2\x82\xac\xf0\x9f\x93\xa1") << 200 << false
+                                << QByteArray("\xc3\xa9\xe2\x82\xac\xf0\x9f\x93\xa1");
+    QTest::newRow("C1 control") << QByteArray("\xc2\x9b" "2J\xc2\xa0") << 200 << false
+                                << QByteArray("\\xc2\\x9b2J\xc2\xa0");
+    QTest::newRow("not UTF-8") << QByteArray("\xff\xfe\xc3(\xed\xa0\x80\xf4\x90\x80\x80\xe2\x82") << 200 << false
+                               << QByteArray("\\xff\\xfe\\xc3(\\xed\\xa0\\x80\\xf4\\x90\\x80\\x80\\xe2\\x82");
+    QTest::newRow("cut at the limit") << QByteArray("abcdef") << 5 << false << QByteArray("abcde...");
+    QTest::newRow("exactly the limit") << QByteArray("abcde") << 5 << false << QByteArray("abcde");
+    QTest::newRow("never inside an escape") << QByteArray("abc\x1b") << 5 << false << QByteArray("abc...");
+    QTest::newRow("never inside a character") << QByteArray("abcd\xc3\xa9" "f") << 5 << false
+                                              << QByteArray("abcd\xc3\xa9...");
+  }
+
+  void printableText() {
+    QFETCH(QByteArray, text);
+    QFETCH(int, maxChars);
+    QFETCH(bool, keepLineBreaks);
+    QFETCH(QByteArray, shown);
+    QCOMPARE(QByteArray::fromStdString(
+                 ftp::PrintableText(text.toStdString(), static_cast<size_t>(maxChars), keepLineBreaks)),
+             shown);
+  }
+
+  void serverAddresses() {
+    const struct {
+      const char* text;
+      const char* host;  // nullptr when refused
+      int port;
+    } rows[] = {{"10.0.0.5", "10.0.0.5", 21},         {"unit-3.local:2121", "unit-3.local", 2121},
+                {"[::1]", "::1", 21},                 {"[::1]:2121", "::1", 2121},
+                {"[fe80::2:3]:65535", "fe80::2:3", 65535}, {"[1:2:3:4:5:6:7:8]", "1:2:3:4:5:6:7:8", 21},
+                {"[::ffff:10.0.0.5]", "::ffff:10.0.0.5", 21}, {"[2001:db8::]:21", "2001:db8::", 21},
+                {"::1", nullptr, 0},                  {"[::1", nullptr, 0},
+                {"[::1]x", nullptr, 0},               {"[::1]:", nullptr, 0},
+                {"[::1]:0", nullptr, 0},              {"[]", nullptr, 0},
+                {"[1:2:3:4:5:6:7:8:9]", nullptr, 0},  {"[1::2::3]", nullptr, 0},
+                {"[12345::]", nullptr, 0},            {"[fe80::1%eth0]", nullptr, 0},
+                {"[::ffff:10.0.0.256]", nullptr, 0},  {"[1:2:3:4:5:6:7]", nullptr, 0},
+                {"[:1::]", nullptr, 0},               {"[unit.local]", nullptr, 0},
+                {"10.0.0.5:65536", nullptr, 0},       {"host:21:21", nullptr, 0}};
+    for (const auto& row : rows) {
+      const std::optional<ServerAddress> address = ParseServerAddress(row.text);
+      QVERIFY2(address.has_value() == (row.host != nullptr), row.text);
+      if (address) QVERIFY2(address->Host == row.host && address->Port == row.port, row.text);
+    }
+  }
+
+  // A read falls short of a whole capture when it was cut or holds less than the unit said.
+  void shortfalls() {
+    const struct {
+      int32_t reported;
+      size_t length;
+      const char* cut;
+      const char* shortfall;
+    } rows[] = {{8224, 8224, "", ""},
+                {-1, 100, "", ""},
+                {0, 0, "", ""},
+                {100, 8224, "", ""},
+                {8224, 4000, "", "4000 of 8224 bytes"},
+                {-1, 4112, "transfer stalled", "4112 bytes, transfer stalled"}};
+    for (const auto& row : rows) {
+      FetchOutcome outcome;
+      outcome.opened = true;
+      outcome.reportedSize = row.reported;
+      outcome.block.assign(row.length, 'b');
+      outcome.cutShort = row.cut;
+      QCOMPARE(Shortfall(outcome), std::string(row.shortfall));
+    }
   }
 };
 
