@@ -6,6 +6,7 @@
 
 #include "app/option_reader.h"
 #include "common/number_text.h"
+#include "common/picture_format.h"
 #include "dsp/point_navigation.h"
 
 namespace tavrix {
@@ -73,13 +74,17 @@ int RunPeaks(const PeaksOptions& options, std::ostream& out, std::ostream& err) 
     return 1;
   }
   const TraceSet& traces = live.State.Traces;
+  // Frequencies in MHz with the decimals the read-outs give them, without the unit.
+  const CaptureFields& capture = live.State.Capture;
+  const std::string picture = capture.FreqFormat.substr(0, capture.FreqFormat.find("MHz"));
+  const double scale = capture.FreqScale;
   std::string text = "Point,Frequency,Level\n";
   char number[kMaxNumberText];
   for (const int p : PeakWalk(traces, options.Trace, options.Threshold, options.Count)) {
     const size_t i = static_cast<size_t>(p - 1);
     text.append(number, AppendInteger(number, p));
     text += ',';
-    text.append(number, AppendNumberText(number, traces.FreqPoints[i][options.Trace]));
+    text += FormatPicture(traces.FreqPoints[i][options.Trace] / scale, picture);
     text += ',';
     text.append(number, AppendNumberText(number, traces.AmpPoints[i][options.Trace]));
     text += '\n';

@@ -22,7 +22,8 @@ std::string ParsePeaksOptions(const std::vector<std::string>& args, PeaksOptions
 std::vector<int> PeakWalk(const TraceSet& traces, int trace, float threshold, int count);
 
 // Processes the blocks as export does and prints the walk: "Point,Frequency,Level", then
-// one line per point, numbers written as in the exports.
+// one line per point: the frequency in MHz as the read-outs give it (without the unit),
+// the level written as in the exports.
 int RunPeaks(const PeaksOptions& options, std::ostream& out, std::ostream& err);
 
 }  // namespace tavrix

@@ -89,10 +89,12 @@ int RunSnapshot(const SnapshotOptions& options, std::ostream& out, std::ostream&
   const FetchOutcome fetched = link.Fetch();
   link.Release();
   if (!fetched.opened) return fail("the Tavrix modem at " + unit + " did not let the capture be read" + Because(link.LastError()));
-  // The viewer would show what arrived; a snapshot keeps only a whole transfer.
-  if (!fetched.cutShort.empty())
-    return fail("the read from the Tavrix modem at " + unit + " was cut short after " +
-                std::to_string(fetched.block.size()) + " bytes (" + fetched.cutShort + "); nothing was written");
+  // The viewer would show what arrived; a snapshot keeps only a whole, non-empty transfer.
+  if (const std::string shortfall = Shortfall(fetched); !shortfall.empty())
+    return fail("the read from the Tavrix modem at " + unit + " was cut short (" + shortfall +
+                "); nothing was written");
+  if (fetched.block.empty())
+    return fail("the Tavrix modem at " + unit + " sent an empty capture; nothing was written");
 
   if (!options.SaveBlock.empty()) {
     const std::string error = WriteFileAtomically(options.SaveBlock, fetched.block);

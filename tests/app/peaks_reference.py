@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """The peaks command against a walk of its own over the expected traces of the acceptance
 data: the highest level, then the next lower one again and again (of equal levels the
-first from the current point on), stopping below the threshold or after N points.
+first from the current point on), stopping below the threshold or after N points. The
+frequency column is in MHz, with the decimals of the capture's frequency format.
 Usage: peaks_reference.py BINARY DATA"""
 
 import json
@@ -32,7 +33,13 @@ def walk(amp, threshold, count):
     return points
 
 
-def check(binary, args, trace, threshold, count):
+def megahertz(freq, parse):
+    """A point's frequency as the command should print it, and the rounding allowed."""
+    decimals = len(parse["FreqFormat"].split(".")[1].replace("MHz", ""))
+    return freq / parse["FreqScale"], 0.5 * 10 ** -decimals + 1e-9
+
+
+def check(binary, args, trace, parse, threshold, count):
     run = subprocess.run([binary, "peaks", "--threshold", str(threshold), "--count", str(count)] + args,
                          capture_output=True, text=True)
     lines = run.stdout.split("\n")
@@ -43,8 +50,8 @@ def check(binary, args, trace, threshold, count):
     if [int(g[0]) for g in got] != want:
         return "points %s, expected %s" % ([g[0] for g in got], want)
     for (_, freq, level), p in zip(got, want):
-        if abs(float(freq) - trace["freq"][p - 1]) > 1e-6 * abs(trace["freq"][p - 1]) + 1e-9 or \
-                abs(float(level) - trace["amp"][p - 1]) > 1e-3:
+        mhz, rounding = megahertz(trace["freq"][p - 1], parse)
+        if abs(float(freq) - mhz) > rounding + 1e-6 * abs(mhz) or abs(float(level) - trace["amp"][p - 1]) > 1e-3:
             return "point %d reads %s,%s" % (p, freq, level)
     return None
 
@@ -56,17 +63,22 @@ def main():
                  "short_100_bytes", "stale_start_both", "stale_start_i_only", "tone_bin0005", "tone_bin1023"]:
         expected = json.load(open("%s/expected/%s.json" % (data, name)))
         for window in ["on", "off"]:
-            runs.append((["--window", window, "%s/blocks/%s.bin" % (data, name)], expected["window_" + window]))
+            runs.append((["--window", window, "%s/blocks/%s.bin" % (data, name)], expected["window_" + window],
+                         expected["parse"]))
     names = {"Current": "current", "Previous": "previous", "Video Average": "videoaverage", "Peak Hold": "peakhold"}
     for window in ["on", "off"]:
         sequence = json.load(open("%s/expected/sequences/seq_changing_header.window_%s.json" % (data, window)))
-        blocks = ["%s/blocks/%s.bin" % (data, b) for b in ["rate_exp_0003", "center_000F4240", "noise_seed1234"]]
+        names_in_order = ["rate_exp_0003", "center_000F4240", "noise_seed1234"]
+        blocks = ["%s/blocks/%s.bin" % (data, b) for b in names_in_order]
+        # The axis is the last capture's.
+        last = json.load(open("%s/expected/%s.json" % (data, names_in_order[-1])))["parse"]
         for title, trace in sequence["traces"].items():
-            runs.append((["--trace", names[title], "--window", window, "--peak-hold", "--video-average"] + blocks, trace))
+            runs.append((["--trace", names[title], "--window", window, "--peak-hold", "--video-average"] + blocks, trace,
+                         last))
     failed = 0
-    for args, trace in runs:
+    for args, trace, parse in runs:
         for threshold, count in CASES:
-            problem = check(binary, args, trace, threshold, count)
+            problem = check(binary, args, trace, parse, threshold, count)
             if problem:
                 failed += 1
                 print("FAIL: peaks %s --threshold %s --count %d: %s" % (" ".join(args), threshold, count, problem))

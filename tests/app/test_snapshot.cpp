@@ -30,24 +30,40 @@ class SnapshotTest : public QObject {
     QTest::newRow("capture request rejected") << QStringList{"--reject-capture"} << "capture request";
     QTest::newRow("refused for the read") << QStringList{"--refuse-after", "1"} << "reconnect";
     QTest::newRow("dropped, as a stall is") << QStringList{"--drop-mid-transfer"} << "cut short";
+    QTest::newRow("short of its size") << QStringList{"--short-block", "4000", "--size-says", "8224"}
+                                       << "cut short (4000 of 8224 bytes)";
+    QTest::newRow("empty read") << QStringList{"--short-block", "0"} << "empty capture";
+    // The read's data connection comes from another host than the unit; the unit's own is taken.
+    QTest::newRow("data from another address") << QStringList{"--forge-data-from", "127.0.0.2", "--forge-skip", "1"}
+                                               << "127.0.0.2 refused";
+    QTest::newRow("data from the unit's address") << QStringList{"--forge-data-from", "127.0.0.1"} << "";
+    // Whatever the unit's reply holds, no terminal sequence reaches stderr.
+    QTest::newRow("terminal sequences in a reply") << QStringList{"--reject-text", R"(\x1b]0;t\x07\x1b[2J\x00\xff)"}
+                                                   << R"(550 \x1b]0;t\x07\x1b[2J\x00\xff)";
+    QTest::newRow("IPv6 loopback") << QStringList{"--host", "::1"} << "";
   }
 
   void snapshots() {
     QFETCH(QStringList, simulatorOptions);
     QFETCH(QString, fails);
+    const bool ipv6 = simulatorOptions.contains("::1");
     SimulatorProcess sim(simulatorOptions);
+    if (ipv6 && !sim.Started()) QSKIP("this machine has no IPv6 loopback");
     QVERIFY(sim.Started());
+    const std::string address = ipv6 ? "[::1]:" + std::to_string(sim.Port()) : sim.Address();
     QTemporaryDir dir;
     const auto path = [&](const char* name) { return QDir(dir.path()).filePath(name).toStdString(); };
     std::ostringstream out, err;
-    const int status = RunCommandLine({"snapshot", "--modem", sim.Address(), "--save-block", path("block.bin"), "--set",
+    const int status = RunCommandLine({"snapshot", "--modem", address, "--save-block", path("block.bin"), "--set",
                                        "scaled", "--out", path("scaled.txt"), "--png", path("plot.png")},
                                       out, err);
     const QString said = QString::fromStdString(out.str()), complaint = QString::fromStdString(err.str());
     if (!fails.isEmpty()) {
-      QVERIFY2(status == 1 && complaint.count('\n') == 1 && complaint.contains(fails) &&
-                   complaint.contains(QString::fromStdString(sim.Address())),
+      QVERIFY2(status == 1 && complaint.count('\n') == 1 && complaint.endsWith('\n') && complaint.contains(fails) &&
+                   complaint.contains(QString::fromStdString(address)),
                qPrintable(complaint));
+      for (const char c : err.str().substr(0, err.str().size() - 1))
+        QVERIFY2(static_cast<unsigned char>(c) >= 0x20 && c != 0x7f, qPrintable(complaint));
       QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList());
       return;
     }
