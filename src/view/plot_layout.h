@@ -60,7 +60,8 @@ struct PlotGrid {
 
 // The grid of a view. Level lines are always spaced by the checked dB-per-division
 // caption; when they are too close for a label each, only every n-th line is labelled,
-// at a round multiple of the division. Frequency lines sit at a round 1-2-5 step of
+// at a round multiple of the division (lines closer than a pixel, which only a view far
+// taller than the zoom-out limit gives, keep just the labelled ones). Frequency lines sit at a round 1-2-5 step of
 // about ten divisions, widened to the next round step when the labels would touch.
 // Labels never overlap.
 PlotGrid ComputeGrid(const ViewScale& view, float freqScale, int checkedDB, const PixelRect& area,

@@ -155,6 +155,7 @@ class PlotTest : public QObject {
     QTest::newRow("0.25 dB, short") << 5.0f << 120.0 << 0.25;
     QTest::newRow("0.05 dB, short") << 1.2f << 100.0 << 0.05;
     QTest::newRow("0.01 dB, mid") << 0.24f << 300.0 << 0.01;
+    QTest::newRow("far taller than any zoom allows") << 1e5f << 50.0 << 10.0;
   }
   void levelLinesKeepTheCheckedDivision() {
     QFETCH(float, viewHeight);
@@ -167,13 +168,16 @@ class PlotTest : public QObject {
     const PixelRect area{80, 10, 400, areaHeight};
     const PlotGrid grid = ComputeGrid(view, 1.0f, checked, area, metrics);
     QCOMPARE(grid.LevelStep, division);
-    // Every multiple of the division in the view, one line each, top to bottom.
+    // Every multiple of the division in the view, one line each, top to bottom; only
+    // lines closer than a pixel, which would paint the area solid, keep just the labelled.
     const double top = -static_cast<double>(view.ScaleTop), bottom = top - static_cast<double>(viewHeight);
+    const bool solid = division / viewHeight * areaHeight < 1;
+    const double spacing = solid ? grid.LevelLabelStep : division;
     QCOMPARE(static_cast<double>(grid.Level.size()),
-             std::floor(top / division + 1e-6) - std::ceil(bottom / division - 1e-6) + 1);
-    QVERIFY(-grid.Level.front().Position <= top && -grid.Level.front().Position > top - division);
+             std::floor(top / spacing + 1e-6) - std::ceil(bottom / spacing - 1e-6) + 1);
+    QVERIFY(-grid.Level.front().Position <= top && -grid.Level.front().Position > top - spacing);
     for (size_t i = 1; i < grid.Level.size(); ++i)
-      QVERIFY(std::abs(grid.Level[i].Position - grid.Level[i - 1].Position - division) < 1e-6 * division + 1e-9);
+      QVERIFY(std::abs(grid.Level[i].Position - grid.Level[i - 1].Position - spacing) < 1e-6 * spacing + 1e-9);
     // Labels: round levels, evenly spaced, never overlapping and never needlessly sparse.
     const PlotMapping map(view, area);
     std::vector<double> labelled;
