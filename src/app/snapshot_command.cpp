@@ -45,7 +45,8 @@ std::string ParseSnapshotOptions(const std::vector<std::string>& args, SnapshotO
     } else if (name == "--modem") {
       problem = reader.TakeValue(options.Modem);
       if (problem.empty() && !ParseServerAddress(options.Modem))
-        problem = "--modem must be an address with an optional :PORT (1-65535), not \"" + options.Modem + "\"";
+        problem = "--modem must be a host name, an IPv4 address or an IPv6 address in brackets, with an "
+                  "optional :PORT (1-65535), not \"" + options.Modem + "\"";
     } else if (name == "--save-block") {
       problem = reader.TakeValue(options.SaveBlock);
       if (problem.empty() && options.SaveBlock.empty()) problem = "--save-block needs a file name";

@@ -6,6 +6,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
+
 #include <memory>
 #include <sstream>
 
@@ -45,6 +47,7 @@ class CommandLineTest : public QObject {
     QVERIFY(QDir::setCurrent(dir_.path()));
     QFile big("big.bin");  // larger than any capture block can be
     QVERIFY(big.open(QIODevice::WriteOnly) && big.write(QByteArray(kMaxBlockFileBytes + 1, 'x')) > 0);
+    QCOMPARE(::mkfifo("fifo", 0600), 0);  // a reader would wait for a writer for ever
   }
 
   void failuresAreOneLineAndWriteNothing_data() {
@@ -68,6 +71,9 @@ class CommandLineTest : public QObject {
         {"missing block", "export --set raw --out x.txt TONE missing.bin", "missing.bin"},
         {"block is a folder", "export --set raw --out x.txt TONE FOLDER", "FOLDER"},
         {"block too large", "export --set raw --out x.txt big.bin", "larger"},
+        {"export FIFO block", "export --set raw --out x.txt TONE fifo", "fifo: it is not a regular file"},
+        {"render FIFO block", "render --png x.txt fifo", "fifo: it is not a regular file"},
+        {"peaks FIFO block", "peaks fifo", "fifo: it is not a regular file"},
         {"unwritable out", "export --set raw --out no/such/x.txt TONE", "no/such/x.txt"},
         {"render without png", "render TONE", "--png"},
         {"render bad size", "render --png x.txt --size 10x10 TONE", "10x10"},
@@ -80,6 +86,7 @@ class CommandLineTest : public QObject {
         {"snapshot without modem", "snapshot --save-block x.txt", "--modem"},
         {"snapshot bad port", "snapshot --modem 10.0.0.1:70000 --save-block x.txt", "10.0.0.1:70000"},
         {"snapshot empty port", "snapshot --modem 10.0.0.1: --png x.txt", "10.0.0.1:"},
+        {"snapshot bare IPv6", "snapshot --modem ::1 --png x.txt", "in brackets"},
         {"snapshot with nothing to do", "snapshot --modem 127.0.0.1:1", "nothing to do"},
         {"snapshot set without out", "snapshot --modem 127.0.0.1:1 --set raw", "--out"},
         {"snapshot png without file", "snapshot --modem 127.0.0.1:1 --png", "--png"},
