@@ -282,7 +282,8 @@ void FTP_Server::ConnectToServer() {
   }
   const std::optional<ServerAddress> address = ParseServerAddress(serverName_);
   if (!address) {
-    impl_->session.Fail("not an address[:port]: \"" + serverName_ + "\"");
+    // The address comes from a settings file that may have been edited by hand.
+    impl_->session.Fail("not an address[:port]: \"" + ftp::PrintableText(serverName_) + "\"");
     return;
   }
   impl_->session.SetServer(*address, userName_, passWord_);

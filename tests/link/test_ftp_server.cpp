@@ -117,6 +117,8 @@ const Fault kFaults[] = {
     {.name = "port 65536", .address = "127.0.0.1:65536", .connects = false, .why = kBadAddress},
     {.name = "empty port", .address = "127.0.0.1:", .connects = false, .why = kBadAddress},
     {.name = "trailing letters", .address = "127.0.0.1:{sim}x", .connects = false, .why = kBadAddress},
+    {.name = "escape in the address", .address = "127.0.0.1\x1b[2J", .connects = false,
+     .why = "not an address[:port]: \"127.0.0.1\\x1b[2J\""},
     {.name = "refused", .options = {"--refuse-after", "0"}, .connects = false, .why = "connection refused"},
     {.name = "nothing listening", .address = "127.0.0.1:{free}", .connects = false, .why = "connection refused"},
     {.name = "mute, time-out", .address = "127.0.0.1:{mute}", .connects = false, .why = "timed out"},
