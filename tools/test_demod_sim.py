@@ -372,6 +372,33 @@ class FaultModeTest(SimulatorTestCase):
         self.assertEqual(len(block), BLOCK_SIZE)
         self.assertEqual(block, sim.dumped(2))
 
+    def test_lying_size_raw_reply_bytes_and_forged_data_connections(self):
+        sim = self.start("--short-block", "100", "--size-says", "8224",
+                         "--forge-data-from", "127.0.0.2", "--forge-skip", "1")
+        ftp = self.open(sim)
+        self.assertEqual(ftp.size("spectrum:"), 8224)
+        peers = []
+        for _ in range(2):
+            connection, _ = ftp.ntransfercmd("RETR spectrum:")
+            peers.append(connection.getpeername()[0])
+            received = b""
+            while chunk := connection.recv(65536):
+                received += chunk
+            connection.close()
+            ftp.voidresp()
+            self.assertEqual(len(received), 100)
+        self.assertEqual(peers, ["127.0.0.1", "127.0.0.2"])
+        self.assertEqual(sim.log_lines().count("FORGED 127.0.0.2"), 1)
+
+        raw = ftplib.FTP(encoding="latin-1")  # the reply's bytes, one character each
+        raw.connect("127.0.0.1", self.start("--reject-text", r"\x1b[2J\xff\x00").port, timeout=TIMEOUT)
+        self.addCleanup(raw.close)
+        raw.login()
+        raw.set_pasv(False)
+        with self.assertRaises(ftplib.error_perm) as caught:
+            request_capture(raw)
+        self.assertEqual(str(caught.exception), "550 \x1b[2J\xff\x00")
+
 
 if __name__ == "__main__":
     unittest.main()
