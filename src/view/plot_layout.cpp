@@ -59,18 +59,17 @@ void LevelLines(const ViewScale& view, int checkedDB, const PixelRect& area, con
   const double labelPixels = std::max(metrics.LineHeight * 1.25, 4.0);
   double labelStep = step;
   while (!IsMultipleOf(labelStep, step) || labelStep * pixelsPerDB < labelPixels) labelStep = NextRoundStep(labelStep);
-  const long long labelEvery = std::llround(labelStep / step);
   grid.LevelStep = step;
   grid.LevelLabelStep = labelStep;
-  const double top = -static_cast<double>(view.ScaleTop);
-  const double bottom = top - view.ScaleHeight;
   // Lines closer than a pixel would paint the area solid: only then do they thin out
   // to the labelled ones (a view far taller than the zoom-out limit allows).
-  const bool thin = step * pixelsPerDB < 1;
+  const double lineStep = step * pixelsPerDB < 1 ? labelStep : step;
+  const long long labelEvery = std::llround(labelStep / lineStep);
+  const double top = -static_cast<double>(view.ScaleTop);
+  const double bottom = top - view.ScaleHeight;
   std::vector<GridLine> lines;
-  EachMultiple(bottom, top, step, [&](long long k, double level) {
-    const bool labelled = k % labelEvery == 0;
-    if (labelled || !thin) lines.push_back({-level, labelled ? LevelLabel(level) : std::string()});
+  EachMultiple(bottom, top, lineStep, [&](long long k, double level) {
+    lines.push_back({-level, k % labelEvery == 0 ? LevelLabel(level) : std::string()});
   });
   grid.Level.assign(lines.rbegin(), lines.rend());
 }
