@@ -114,8 +114,11 @@ void frmMain::ShowAcquisitionDisplay() {
   const AcquisitionDisplay& d = cycle_->Display();
   QAction* stopGo = Button("StopGo");
   stopGo->setChecked(d.StopGoPressed);
-  // Pressed (halted) it shows the halted lamp; running, the command it offers: Stop.
-  stopGo->setIcon(ProjectIcon(d.StopGoPressed ? ToolbarImage(d.StopGoImage) : "Stop"));
+  // Pressed (halted) it shows the halted lamp; otherwise the command a click gives: Stop
+  // while updates run, Start while they are stopped (after a failed connect, say).
+  const bool stopped = cycle_->Stopped();
+  stopGo->setIcon(ProjectIcon(d.StopGoPressed ? ToolbarImage(d.StopGoImage) : stopped ? "Start" : "Stop"));
+  stopGo->setToolTip(stopped ? "Start Updates" : "Stop Updates");
   stopGoMenu_->setText(Text(d.StopGoCaption));
   Button("SingleStep")->setEnabled(d.SingleStepEnabled);
   const char* lamp = d.StatusPicture == kImageNone ? "Red" : ToolbarImage(d.StatusPicture);

@@ -21,6 +21,7 @@
 #include "app/main_window.h"
 #include "app/plot_widget.h"
 #include "app/status_panels.h"
+#include "link/loopback_peers.h"
 #include "link/simulator_process.h"
 #include "test_support.h"
 #include "view/window_layout.h"
@@ -127,6 +128,9 @@ class WindowTest : public QObject {
     QCOMPARE(shown.size(), 1);
     QCOMPARE(w.Live().State.Traces.PeakHoldCount, 3);
     QVERIFY(!w.Cycle().PollEnabled());
+    // A single step is not running: the lamp stays the halted one.
+    QCOMPARE(w.Panels()->Picture("Status"), QString("Red"));
+    QCOMPARE(w.Button("StopGo")->toolTip(), QString("Start Updates"));
     QVERIFY(h.questions.empty());
   }
 
@@ -279,6 +283,36 @@ class WindowTest : public QObject {
     clock.restart();
     h.window.reset();
     QVERIFY2(clock.elapsed() < 1000, qPrintable(QString("closing took %1 ms").arg(clock.elapsed())));
+  }
+
+  // Clicks on StopGo while a connection is being made end that attempt; they never start
+  // others beside it. A connect that fails leaves a face that offers Start.
+  void stopGoWhileConnecting_data() {
+    QTest::addColumn<bool>("answers");
+    QTest::addColumn<int>("clicks");
+    QTest::addColumn<int>("boxes");
+    QTest::newRow("mute unit, three clicks: the attempt ends quietly") << true << 3 << 0;
+    QTest::newRow("refused connection, no click: one box") << false << 0 << 1;
+  }
+  void stopGoWhileConnecting() {
+    QFETCH(bool, answers);
+    QFETCH(int, clicks);
+    QFETCH(int, boxes);
+    MuteListener mute;
+    const int port = answers ? mute.Port() : FreePort();
+    Harness h;
+    QSignalSpy done(&h.window->Cycle(), &AcquisitionCycle::connectFinished);
+    h.window->SetCurrentModem(ModemInfo{"Mute", "127.0.0.1:" + std::to_string(port)});
+    for (int i = 0; i < clicks; ++i) {
+      h.window->tbMain_ButtonClick("StopGo");
+      QTest::qWait(30);
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(!h.window->Cycle().Connecting(), kWaitMs);
+    QTest::qWait(2500);  // longer than a connect may take: any second attempt has ended
+    QCOMPARE(int(h.questions.size()), boxes);
+    QVERIFY(h.window->Cycle().Stopped() && !h.window->Cycle().PollEnabled());
+    QCOMPARE(h.window->Button("StopGo")->toolTip(), QString("Start Updates"));
+    QCOMPARE(h.window->MenuEntry("mnuCommStopGo")->text(), QString("&Start Data Set Updates"));
   }
 
   void everyImageOfTheToolbarsIsThere() {
