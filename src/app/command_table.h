@@ -76,6 +76,9 @@ struct DropDownEntry {
   const char* Text;
 };
 
+// The Export drop-down: the first kActingExports entries export; the last two are shown
+// but disabled (their data sets are exported from the File menu).
+inline constexpr int kActingExports = 3;
 inline constexpr std::array<DropDownEntry, 5> kExportEntries = {{
     {"Raw", "Export Raw Data Set"},
     {"Transformed", "Export Transformed Data Set"},

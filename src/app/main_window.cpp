@@ -9,6 +9,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
@@ -204,17 +205,31 @@ void frmMain::UpdateView() {
   SetChecksFB(live_.View.CheckedFB);
   SetChecksDB(live_.View.CheckedDB);
   picSpectrum_->ShowScene(Scene());
+  FollowCoordinateReadout();
   RefreshSelectionPanels();
   ShowCursorReadouts();
   SetMoveButtons();
 }
 
+namespace {
+
+// The check mark of a preset on the toolbar's drop-down as on the View menu.
+void CheckDropDown(QMenu* entries, int index) {
+  if (entries == nullptr) return;
+  const QList<QAction*> items = entries->actions();
+  for (qsizetype i = 0; i < items.size(); ++i) items[i]->setChecked(i == index);
+}
+
+}  // namespace
+
 void frmMain::SetChecksDB(int index) {
   for (int i = 0; i < kPresetCount; ++i) dbItems_[static_cast<size_t>(i)]->setChecked(i == index);
+  CheckDropDown(DropDown("dBperDiv"), index);
 }
 
 void frmMain::SetChecksFB(int index) {
   for (int i = 0; i < kPresetCount; ++i) spanItems_[static_cast<size_t>(i)]->setChecked(i == index);
+  CheckDropDown(DropDown("FSpan"), index);
 }
 
 void frmMain::ApplyViewOutcome(const ViewOutcome& outcome) {

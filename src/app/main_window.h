@@ -238,7 +238,11 @@ class frmMain : public QMainWindow {
   void ConnectPlotMouse();
   void ShowModes();
   void SetMoveButtons();
+  // The floating read-out of the selected point beside a press at plot position (x, y);
+  // it follows that position through zooms and pans, and goes when it leaves the view.
   void ShowCoordinateReadout(float x, float y);
+  void FollowCoordinateReadout();
+  void PlaceCoordinateReadout();
   void SelectPoint(int trace, int point, bool remember);
   // Moves run on the first visible trace when theirs is not shown; false when none is.
   bool KeepActiveTraceVisible();
@@ -290,6 +294,9 @@ class frmMain : public QMainWindow {
   EntryBox* txtFreq_ = nullptr;
   EntryBox* txtAmp_ = nullptr;
   QTimer* timerCoord_ = nullptr;
+  struct {
+    float X = 0, Y = 0;
+  } readoutAnchor_;  // the plot position the floating read-out stands beside
   QTimer* settingsKeeper_ = nullptr;
   ViewerSettings savedSettings_;
   QTimer* curPointClick_ = nullptr;  // a click on "CurPoint" waits to see if a second follows

@@ -89,9 +89,12 @@ void frmMain::BuildMainToolbar() {
 
   auto dropDownEntries = [this](const QString& button, const auto& table) {
     auto* menu = new QMenu(this);
+    menu->setToolTipsVisible(true);
     for (const DropDownEntry& e : table) {
       QAction* entry = menu->addAction(e.Text);
       entry->setObjectName(e.Key);
+      // The presets are the View menu's own commands, with the same check marks.
+      entry->setCheckable(button != "Export");
       const QString key = e.Key;
       connect(entry, &QAction::triggered, this, [this, button, key] { tbMain_ButtonMenuClick(button, key); });
     }
@@ -128,6 +131,14 @@ void frmMain::BuildMainToolbar() {
         QMenu* entries = key == "Export"     ? dropDownEntries(key, kExportEntries)
                          : key == "dBperDiv" ? dropDownEntries(key, kDBperDivEntries)
                                              : dropDownEntries(key, kFSpanEntries);
+        if (key == "Export") {
+          // The peak hold and video average exports belong to the File menu alone: shown,
+          // but visibly not offered here.
+          for (QAction* entry : entries->actions().mid(kActingExports)) {
+            entry->setEnabled(false);
+            entry->setToolTip("Use File > Export Data Set for this data set");
+          }
+        }
         tbMain_->addWidget(DropDownButton(action, key, entries));
       } else {
         tbMain_->addAction(action);
@@ -318,7 +329,8 @@ void frmMain::tbMain_ButtonMenuClick(const QString& buttonKey, const QString& en
   if (buttonKey == "Export") {
     // Only the first three act; the peak hold and video average entries are the File
     // menu's alone.
-    static constexpr std::array<DataSet, 3> kActing = {DataSet::Raw, DataSet::Transformed, DataSet::Scaled};
+    static constexpr std::array<DataSet, kActingExports> kActing = {DataSet::Raw, DataSet::Transformed,
+                                                                      DataSet::Scaled};
     for (size_t i = 0; i < kActing.size(); ++i) {
       if (key == kExportEntries[i].Key) {
         exportKind_ = static_cast<int>(i);

@@ -85,7 +85,7 @@ void frmMain::ForgetCaptures() {
   for (size_t i = 0; i < spanItems_.size(); ++i) spanItems_[i]->setText(kSpanCaptions[i]);
   if (QMenu* entries = DropDown("FSpan"))
     for (qsizetype i = 0; i < entries->actions().size() && i < kPresetCount; ++i)
-      entries->actions()[i]->setText(kSpanCaptions[static_cast<size_t>(i)]);
+      entries->actions()[i]->setText(kFSpanEntries[static_cast<size_t>(i)].Text);
   UpdateView();
 }
 

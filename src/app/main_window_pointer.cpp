@@ -175,8 +175,27 @@ void frmMain::SelectPress(float x, float y) {
 }
 
 void frmMain::ShowCoordinateReadout(float x, float y) {
+  readoutAnchor_ = {x, y};
+  PlaceCoordinateReadout();
+  if (picSpectrum_->CoordinateReadout()->isVisible()) timerCoord_->start();
+}
+
+void frmMain::FollowCoordinateReadout() {
+  if (picSpectrum_->CoordinateReadout()->isVisible()) PlaceCoordinateReadout();
+}
+
+void frmMain::PlaceCoordinateReadout() {
   QLabel* readout = picSpectrum_->CoordinateReadout();
-  if (!MenuEntry("mnuOptionsPanel")->isChecked() || selection_.SelectedPoint == 0) return;
+  const float x = readoutAnchor_.X, y = readoutAnchor_.Y;
+  // A zoom or pan that takes the press out of sight takes the read-out with it.
+  const QPointF press = picSpectrum_->ToPixel(x, y);
+  const PixelRect& area = picSpectrum_->Mapping().Area();
+  const bool inSight = press.x() >= area.Left && press.x() <= area.Left + area.Width && press.y() >= area.Top &&
+                       press.y() <= area.Top + area.Height;
+  if (!MenuEntry("mnuOptionsPanel")->isChecked() || selection_.SelectedPoint == 0 || !inSight) {
+    readout->hide();
+    return;
+  }
   const SelectionReadout r =
       ReadSelection(live_.State.Traces, selection_, live_.State.Capture.FreqScale, live_.State.Capture.FreqFormat);
   // In the plot's own colours, so it reads as part of the display.
@@ -189,7 +208,6 @@ void frmMain::ShowCoordinateReadout(float x, float y) {
   readout->adjustSize();
   // Beside the press, and always inside the plot: left of it near the right edge, above it
   // near the bottom.
-  const QPointF press = picSpectrum_->ToPixel(x, y);
   const int gap = 4, w = readout->width(), h = readout->height();
   int left = static_cast<int>(press.x()) + gap, top = static_cast<int>(press.y()) + gap;
   if (left + w > picSpectrum_->width()) left = static_cast<int>(press.x()) - gap - w;
@@ -198,7 +216,6 @@ void frmMain::ShowCoordinateReadout(float x, float y) {
                 std::clamp(top, 0, std::max(0, picSpectrum_->height() - h)));
   readout->show();
   readout->raise();
-  timerCoord_->start();
 }
 
 void frmMain::mousePressEvent(QMouseEvent* event) {

@@ -2,12 +2,16 @@
 // zoom window and middle drags, clicks in the zoom and pan modes, the mode buttons and the
 // pointer with a pending placement, the cursors, the moves and the entry boxes.
 #include <QAction>
+#include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QScrollBar>
 #include <QtTest>
 
 #include <memory>
+#include <tuple>
 
+#include "app/command_table.h"
 #include "app/entry_box.h"
 #include "app/main_window.h"
 #include "app/plot_widget.h"
@@ -109,6 +113,42 @@ class InteractionTest : public QObject {
     QCOMPARE(f.View().Scale, atTop);
     bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);  // the other way still pans
     QVERIFY(!(f.View().Scale == atTop));
+  }
+
+  void dropDownsShowTheViewMenusChecks() {
+    Window h;
+    for (const auto& [button, prefix, preset] : {std::tuple{"dBperDiv", "mnuViewDBB", 3}, {"FSpan", "mnuViewFB", 6}}) {
+      h.w->findChild<QAction*>(QString(prefix) + QString::number(preset))->trigger();
+      const QList<QAction*> entries = h.w->DropDown(button)->actions();
+      for (qsizetype i = 0; i < entries.size(); ++i)
+        QCOMPARE(entries[i]->isChecked(), h.w->findChild<QAction*>(QString(prefix) + QString::number(i))->isChecked());
+      QVERIFY(entries[preset]->isChecked());
+    }
+    // The two exports of the File menu alone are shown disabled, saying where they are.
+    const QList<QAction*> exports = h.w->DropDown("Export")->actions();
+    for (qsizetype i = 0; i < exports.size(); ++i) {
+      QCOMPARE(exports[i]->isEnabled(), i < kActingExports);
+      QCOMPARE(exports[i]->toolTip().contains("File > Export Data Set"), i >= kActingExports);
+    }
+  }
+
+  void floatingReadoutFollowsThePress() {
+    Window h;
+    QLabel* readout = h.Plot()->CoordinateReadout();
+    const QPoint press = h.Share(0.3, 0.5);
+    QTest::mouseClick(h.Plot(), Qt::LeftButton, {}, press);
+    QVERIFY(readout->isVisible());
+    const QPointF anchor(h.View().Scale.ScaleLeft + 0.3 * h.View().Scale.ScaleWidth, 0);
+    // A zoom about the selected point moves the press on the screen: the read-out goes with it.
+    QTest::keyClick(h.w.get(), Qt::Key_PageUp);
+    const QPointF now = h.Plot()->ToPixel(anchor.x(), h.View().Scale.CenterY());
+    QVERIFY(readout->isVisible());
+    QVERIFY(std::abs(readout->x() - now.x()) <= readout->width() + 8);
+    QVERIFY(std::abs(readout->x() - press.x()) > 8);
+    // A pan that takes the press out of sight takes the read-out with it.
+    for (int i = 0; i < 4 && readout->isVisible(); ++i)
+      QTest::mouseClick(h.Plot(), Qt::MiddleButton, {}, h.Share(0.95, 0.5));
+    QVERIFY(!readout->isVisible());
   }
 
   void clicksInTheModes() {

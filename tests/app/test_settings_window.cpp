@@ -239,14 +239,15 @@ class SettingsWindowTest : public QObject {
       QVERIFY(v.WaitConnected());
       QCOMPARE(w.windowTitle(), QString("Tavrix Spectrum Analyzer [Connected to Rack 1] - Version ") + kVersion);
       QVERIFY(w.Directory().Item("Rack 1")->LastComm.secsTo(QDateTime::currentDateTime()) < 5);
+      QSignalSpy captured(&w, &frmMain::captureShown);
+      w.tbMain_ButtonClick("PeakHold");
+      w.Cycle().timerPoll_Timer();
+      QVERIFY(captured.wait(kWaitMs));
+      QTest::qWait(1100);  // Rack 2, added next, is heard from later than Rack 1
       v.name = "Rack 2";
       v.address = "127.0.0.1:1";
       w.mnuCommAdd_Click();  // another is current: this one waits in the directory
       QCOMPARE(w.CurrentModemName(), std::string("Rack 1"));
-      QSignalSpy captured(&w, &frmMain::captureShown);
-      w.Cycle().timerPoll_Timer();
-      QVERIFY(captured.wait(kWaitMs));
-      w.tbMain_ButtonClick("PeakHold");
       w.ChooseModem("Rack 2");
       QVERIFY(!v.WaitConnected());
       QVERIFY(v.AskedTitled("Cannot Connect To Server"));
