@@ -28,6 +28,12 @@ constexpr std::array<const char*, kStatusPanelKeys.size()> kToolTips = {
 
 }  // namespace
 
+QString PlainToolTip(const QString& text) {
+  // Qt takes a tool tip that looks like markup for rich text, and a unit's name or reply
+  // may look like markup: escaped inside a paragraph of its own it is shown as it stands.
+  return "<p style='white-space:pre'>" + text.toHtmlEscaped() + "</p>";
+}
+
 StatusPanels::StatusPanels(QWidget* parent) : QWidget(parent) {
   setObjectName("sbStatus");
   // The panels are placed by hand at each resize, so that together they always fill the
@@ -80,7 +86,7 @@ void StatusPanels::SetText(const char* key, const QString& text) {
   const int i = IndexOf(key);
   if (i < 0) return;
   panels_[static_cast<size_t>(i)].text->setText(text);
-  if (i == 0) panels_[0].frame->setToolTip(text.isEmpty() ? QString("Status") : text);
+  if (i == 0) panels_[0].frame->setToolTip(text.isEmpty() ? QString("Status") : PlainToolTip(text));
 }
 
 QString StatusPanels::Text(const char* key) const {

@@ -11,6 +11,9 @@ class QProgressBar;
 
 namespace tavrix {
 
+// A tool tip that shows `text` exactly, whatever markup it seems to hold.
+QString PlainToolTip(const QString& text);
+
 // sbStatus's panels, addressed by key ("Status", "CenterFreq", ...), each a text with an
 // optional picture, sharing the bar's width; and pbStatus at the end.
 class StatusPanels : public QWidget {

@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QScrollBar>
+#include <QTextDocument>
 #include <QtTest>
 
 #include <memory>
@@ -149,6 +150,27 @@ class InteractionTest : public QObject {
     for (int i = 0; i < 4 && readout->isVisible(); ++i)
       QTest::mouseClick(h.Plot(), Qt::MiddleButton, {}, h.Share(0.95, 0.5));
     QVERIFY(!readout->isVisible());
+  }
+
+  // What a tool tip shows, as Qt decides between plain and rich text.
+  static QString Shown(const QString& tip) {
+    if (!Qt::mightBeRichText(tip)) return tip;
+    QTextDocument document;
+    document.setHtml(tip);
+    return document.toPlainText();
+  }
+  void unitTextsLookingLikeMarkupShowAsTheyStand_data() {
+    QTest::addColumn<QString>("text");
+    QTest::newRow("bold") << "<b>X</b>";
+    QTest::newRow("colour") << "Rack <font color=red>7</font>";
+    QTest::newRow("image") << "<img src=\"/tmp/x.png\">";
+    QTest::newRow("entity and ampersand") << "R&amp;D & Ops";
+  }
+  void unitTextsLookingLikeMarkupShowAsTheyStand() {
+    QFETCH(QString, text);
+    Window h;
+    h.w->Panels()->SetText("Status", "Attempting connection to " + text + "...");
+    QCOMPARE(Shown(h.w->Panels()->Panel("Status")->toolTip()), "Attempting connection to " + text + "...");
   }
 
   void clicksInTheModes() {
