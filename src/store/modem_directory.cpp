@@ -12,6 +12,7 @@
 
 #include "store/settings_store.h"
 #include "store/settings_text.h"
+#include "store/viewer_settings.h"
 
 namespace tavrix {
 
@@ -63,7 +64,29 @@ std::optional<int64_t> ModemNumber(const std::string& subsection) {
   return error == std::errc() ? value : std::numeric_limits<int64_t>::max();
 }
 
+// Where the stored count cannot be read: the groups Modem1, Modem2, ... up to the first
+// one missing, so that one bad number does not lose the units stored behind it.
+int32_t GroupsInARow(const SettingsStore& store) {
+  const std::vector<std::string> subsections = store.Subsections(kModemsSection);
+  int32_t n = 0;
+  while (n < kMaxStoredModems &&
+         std::find(subsections.begin(), subsections.end(), kModemPrefix + std::to_string(n + 1)) != subsections.end())
+    ++n;
+  return n;
+}
+
 }  // namespace
+
+bool IsDirectoryKey(const std::string& section, const std::string& key) {
+  const std::string modems = kModemsSection;
+  if (section == modems) return key == "ModemCount" || key == "LastModem";
+  if (section.compare(0, modems.size() + 1, modems + '\\') != 0) return false;
+  const std::string subsection = section.substr(modems.size() + 1);
+  const std::optional<int64_t> number = ModemNumber(subsection);
+  // Only the form the directory writes: "Modem7", not "Modem07" or "Modem0".
+  if (!number || *number < 1 || subsection != kModemPrefix + std::to_string(*number)) return false;
+  return key == "ModemName" || key == "IP_Address" || key == "LastCommunication";
+}
 
 // The oldest date the directory knows, its day zero, at midnight.
 QDateTime OldestTime() { return QDateTime(QDate(1899, 12, 30), QTime(0, 0)); }
@@ -162,8 +185,13 @@ void Modems::Remove(int position) {
 
 StoredDirectory LoadModems(const SettingsStore& store) {
   StoredDirectory stored;
-  const int32_t count =
-      std::clamp(ReadLong(store.GetSetting(kModemsSection, "ModemCount", "0")).value_or(0), 0, kMaxStoredModems);
+  // A count missing, unreadable or negative is not believed; the groups stored are. A
+  // missing one is only a repair when there are groups to keep (a first start has none).
+  const std::string countText = store.GetSetting(kModemsSection, "ModemCount", "");
+  std::optional<int32_t> storedCount = ReadLong(countText);
+  if (storedCount && *storedCount < 0) storedCount.reset();
+  const int32_t count = storedCount ? std::min(*storedCount, kMaxStoredModems) : GroupsInARow(store);
+  const bool repaired = !storedCount && (!countText.empty() || count > 0);
   stored.LastModem = store.GetSetting(kModemsSection, "LastModem", "");
   Modems& modems = stored.Entries;
   for (int n = 1; n <= count; ++n) {
@@ -175,10 +203,13 @@ StoredDirectory LoadModems(const SettingsStore& store) {
     modems.Add(0, modems.Count() + 1, lastComm, false, store.GetSetting(section, "IP_Address", ""), name);
   }
   modems.SetRecent();
+  if (repaired)
+    stored.CountRepairNotice = "The modem directory's count could not be read and was repaired: " +
+                               std::to_string(modems.Count()) + (modems.Count() == 1 ? " unit" : " units") + " kept.";
   return stored;
 }
 
-void SaveModems(SettingsStore& store, const Modems& modems, const std::string& lastModem) {
+bool SaveModems(SettingsStore& store, const Modems& modems, const std::string& lastModem) {
   const std::vector<std::string> subsections = store.Subsections(kModemsSection);
   const std::string modemsSection = kModemsSection;
   for (const std::string& subsection : subsections) {
@@ -200,7 +231,8 @@ void SaveModems(SettingsStore& store, const Modems& modems, const std::string& l
     const std::optional<int64_t> number = ModemNumber(subsection);
     if (number && (*number < 1 || *number > modems.Count())) store.DeleteKey(kModemsSection, subsection);
   }
-  store.Sync();
+  store.KeepOnly(IsSettingsTableKey);
+  return store.Sync();
 }
 
 }  // namespace tavrix

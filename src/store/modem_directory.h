@@ -76,13 +76,25 @@ class Modems {
 struct StoredDirectory {
   Modems Entries;
   std::string LastModem;  // the name of the unit used last; empty for none
+  // One line for the status bar when the stored ModemCount was missing, unreadable or
+  // negative and the entries were read from the groups Modem1, Modem2, ... up to the
+  // first gap instead; empty when the count was read. The next SaveModems stores the
+  // repaired count.
+  std::string CountRepairNotice;
 };
 
 // Reads entries 1..ModemCount in order (an entry with an empty or repeated name is
-// skipped and the rest numbered 1..Count), then runs SetRecent.
+// skipped and the rest numbered 1..Count), then runs SetRecent. A count that cannot be
+// read is repaired from the groups stored (see CountRepairNotice).
 StoredDirectory LoadModems(const SettingsStore& store);
 // Deletes the stored values of every modem subsection, then writes ModemCount,
-// LastModem and each entry under its position; subsections numbered above the count go.
-void SaveModems(SettingsStore& store, const Modems& modems, const std::string& lastModem);
+// LastModem and each entry under its position; subsections numbered above the count go,
+// and so does any value outside the settings table. Writes the file at once: false when
+// it could not be written, with the reason in the store's WriteError.
+bool SaveModems(SettingsStore& store, const Modems& modems, const std::string& lastModem);
+
+// Whether a stored value is one of the directory's: ModemCount and LastModem of "Tavrix
+// Modems", and ModemName, IP_Address and LastCommunication of "Tavrix Modems\Modem<n>".
+bool IsDirectoryKey(const std::string& section, const std::string& key);
 
 }  // namespace tavrix

@@ -1,12 +1,15 @@
 #include "store/settings_store.h"
 
+#include <QDir>
 #include <QFile>
 #include <QList>
+#include <QSaveFile>
 #include <QSettings>
 #include <QStringList>
 #include <QTemporaryFile>
 #include <QVariant>
 
+#include <algorithm>
 #include <utility>
 
 namespace tavrix {
@@ -29,25 +32,49 @@ StoredValues ValuesBelow(const QSettings& settings) {
   return values;
 }
 
-// A line QSettings itself could have written: printable UTF-8 text whose quotes close on
-// the line (an open quote would carry the value over every line after it).
-bool IsCleanLine(const QByteArray& line) {
-  for (char c : line)
-    if ((static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F) return false;
-  if (QString::fromUtf8(line).toUtf8() != line) return false;
+// Whether a line carries its value over the line break, as the INI reader takes it: a
+// double quote opens text that only the next unescaped quote closes, whatever lines lie
+// between, so an unclosed quote swallows the rest of the file, section lines and all.
+// Outside quotes a ";" starts a comment, where quotes do not count.
+bool RunsOn(const QByteArray& line) {
   bool quoted = false;
   for (qsizetype i = 0; i < line.size(); ++i) {
     if (line[i] == '\\')
       ++i;  // an escaped character, a quote among them
     else if (line[i] == '"')
       quoted = !quoted;
+    else if (line[i] == ';' && !quoted)
+      break;
   }
-  return !quoted;
+  return quoted;
+}
+
+// A file whose text the INI reader would run together across lines. It reports no
+// error for such a file, only values that hold the lines after them.
+bool HasRunOnLine(const QByteArray& bytes) {
+  for (const QByteArray& line : bytes.split('\n'))
+    if (RunsOn(line)) return true;
+  return false;
+}
+
+// A line QSettings itself could have written: printable UTF-8 text that ends on its line.
+bool IsCleanLine(const QByteArray& line) {
+  for (char c : line)
+    if ((static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F) return false;
+  if (QString::fromUtf8(line).toUtf8() != line) return false;
+  return !RunsOn(line);
+}
+
+// The name a section line gives ("[Configuration]", or "[Configuration" that lost its
+// "]"); empty when it names nothing ("[", "[ ]").
+QByteArray SectionName(const QByteArray& line) {
+  const qsizetype close = line.indexOf(']');
+  return line.mid(1, close < 0 ? -1 : close - 1).trimmed();
 }
 
 // The lines of a damaged file that still read as settings. A section line that lost its
-// "]" still names its section; the values under a section line that is itself junk are
-// dropped, since their section is unknown.
+// "]" still names its section; the values under a section line that is itself junk or
+// names nothing are dropped, since their section is unknown.
 QByteArray SalvagedText(const QByteArray& bytes) {
   QByteArray kept;
   bool unknownSection = false;
@@ -56,8 +83,9 @@ QByteArray SalvagedText(const QByteArray& bytes) {
     const QByteArray line = raw.trimmed();
     const bool clean = IsCleanLine(line);
     if (line.startsWith('[')) {
-      unknownSection = !clean;
-      if (clean) kept += line + '\n';
+      const QByteArray name = clean ? SectionName(line) : QByteArray();
+      unknownSection = name.isEmpty();
+      if (!unknownSection) kept += '[' + name + "]\n";
     } else if (clean && !unknownSection && line.contains('=')) {
       kept += line + '\n';
     }
@@ -73,7 +101,26 @@ StoredValues ReadableValues(const QString& fileName) {
     return {};
   salvaged.close();
   const QSettings reader(salvaged.fileName(), QSettings::IniFormat);
-  return ValuesBelow(reader);
+  StoredValues values = ValuesBelow(reader);
+  // A value the reader could not make out ("@Invalid()", a broken "@Variant") is no value.
+  values.removeIf([](const auto& value) { return !value.second.isValid(); });
+  return values;
+}
+
+// Why the settings file could not be written: QSettings only says that it failed, so
+// the write is tried again into a file beside it, which is then thrown away, and the
+// system's reason ("No space left on device", "Permission denied") is taken from that.
+QString WriteFailure(const QSettings& settings) {
+  qsizetype size = 0;  // about as much as the file would hold
+  for (const auto& [key, value] : ValuesBelow(settings)) size += key.size() + value.toString().size() + 2;
+  QSaveFile probe(settings.fileName());
+  QString reason;
+  if (!probe.open(QIODevice::WriteOnly))
+    reason = probe.errorString();
+  else if (probe.write(QByteArray(std::max<qsizetype>(size, 1), ' ')) < 0 || !probe.flush())
+    reason = probe.errorString();
+  probe.cancelWriting();
+  return reason.isEmpty() ? QStringLiteral("the file could not be written") : reason;
 }
 
 }  // namespace
@@ -98,18 +145,22 @@ SettingsStore::~SettingsStore() = default;
 // A damaged file shows only once its sections are read: a section line without its "]"
 // is reported at once, a line that is not "key=value" (binary junk, NUL bytes, a stray
 // "]") when its section is parsed. QSettings still writes such a file, but its status
-// stays a format error for good, so no later Sync could report success; and its reading
-// of junk can swallow good lines (a stray quote runs to the end of the file). So the
-// file is put aside as "<file>.bad", its clean lines are read again, and a fresh store
-// takes those values; they reach the disk at the next Sync. When the file cannot be
-// moved (a read-only folder), the fresh store cannot write there either and Sync says so.
+// stays a format error for good, so no later Sync could report success. An unclosed
+// quote is no error to it at all: the value runs on to the end of the file and takes
+// every section after it, so the raw text is checked for it here. Either way the file
+// is put aside as "<file>.bad", its clean lines are read again, and a fresh store takes
+// those values; they reach the disk at the next Sync. When the file cannot be moved (a
+// read-only folder), the fresh store cannot write there either and Sync says so.
 void SettingsStore::Open(std::unique_ptr<QSettings> settings) {
   settings->allKeys();
-  if (settings->status() != QSettings::FormatError) {
+  const QString fileName = settings->fileName();
+  QFile file(fileName);
+  const bool runsOn = file.open(QIODevice::ReadOnly) && HasRunOnLine(file.readAll());
+  file.close();
+  if (settings->status() != QSettings::FormatError && !runsOn) {
     settings_ = std::move(settings);
     return;
   }
-  const QString fileName = settings->fileName();
   const QSettings::Format format = settings->format();
   settings.reset();  // nothing was changed, so nothing is written back
   const StoredValues kept = ReadableValues(fileName);
@@ -162,9 +213,33 @@ std::vector<std::string> SettingsStore::Subsections(const std::string& section) 
   return names;
 }
 
+void SettingsStore::KeepOnly(const std::function<bool(const std::string&, const std::string&)>& wanted) {
+  for (const QString& path : settings_->allKeys()) {
+    const qsizetype slash = path.lastIndexOf('/');
+    const std::string section = slash < 0 ? std::string() : path.left(slash).replace('/', '\\').toStdString();
+    if (!settings_->value(path).isValid() || !wanted(section, path.mid(slash + 1).toStdString()))
+      settings_->remove(path);
+  }
+}
+
 bool SettingsStore::Sync() {
   settings_->sync();
-  return settings_->status() == QSettings::NoError;
+  if (settings_->status() == QSettings::NoError) {
+    writeError_.clear();
+    return true;
+  }
+  writeError_ = QStringLiteral("The settings could not be saved in %1: %2.")
+                    .arg(QDir::toNativeSeparators(settings_->fileName()), WriteFailure(*settings_));
+  // A QSettings keeps its first error for good, even over later writes that work; a
+  // fresh one with the same values judges the next Sync on its own and writes them all.
+  const StoredValues values = ValuesBelow(*settings_);
+  const QString fileName = settings_->fileName();
+  const QSettings::Format format = settings_->format();
+  settings_.reset();
+  settings_ = std::make_unique<QSettings>(fileName, format);
+  settings_->clear();
+  for (const auto& [key, value] : values) settings_->setValue(key, value);
+  return false;
 }
 
 QString SettingsStore::FileName() const { return settings_->fileName(); }

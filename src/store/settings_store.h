@@ -1,6 +1,7 @@
 #pragma once
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,8 +36,17 @@ class SettingsStore {
   // The names of the subsections of a section, as stored.
   std::vector<std::string> Subsections(const std::string& section) const;
 
-  // Writes what changed to the disk now; false when the file could not be written.
+  // Removes every value for which `wanted` (section, key) is false, and every value that
+  // could not be read; sections left empty go with their values.
+  void KeepOnly(const std::function<bool(const std::string& section, const std::string& key)>& wanted);
+
+  // Writes what changed to the disk now; false when the file could not be written, and
+  // then WriteError says why. The values stay held and the next Sync tries them all again.
   bool Sync();
+  // After a Sync that failed, one line for the operator with the file and the system's
+  // reason, e.g. "The settings could not be saved in /home/op/.config/Tavrix/Tavrix
+  // Spectrum Analyzer.conf: No space left on device."; empty after a Sync that worked.
+  QString WriteError() const { return writeError_; }
   QString FileName() const;
   // Where an unreadable settings file was put aside at opening ("<file>.bad"); empty
   // when the file read cleanly. The values that could be read are kept and written to a
@@ -48,6 +58,7 @@ class SettingsStore {
 
   std::unique_ptr<QSettings> settings_;
   QString setAside_;
+  QString writeError_;
 };
 
 }  // namespace tavrix

@@ -3,9 +3,11 @@
 #include <QDir>
 #include <QString>
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
+#include "store/modem_directory.h"
 #include "store/settings_store.h"
 #include "store/settings_text.h"
 
@@ -42,6 +44,14 @@ constexpr std::array<BooleanKey, 4> kTraceKeys = {{{"CurrentTrace", &ViewerSetti
                                                    {"LastTrace", &ViewerSettings::LastTrace}}};
 
 constexpr std::array<const char*, 4> kCursorKeys = {"Cursor1X", "Cursor1Y", "Cursor2X", "Cursor2Y"};
+constexpr std::array<const char*, 5> kWindowKeys = {"WindowState", "WindowLeft", "WindowTop", "WindowWidth",
+                                                     "WindowHeight"};
+constexpr std::array<const char*, 4> kOtherConfigKeys = {"CurrentPalette", "LastPath", "PointMoves", "PeakThreshold"};
+
+template <typename Keys, typename Name>
+bool Listed(const Keys& keys, const std::string& key, Name name) {
+  return std::any_of(keys.begin(), keys.end(), [&](const auto& entry) { return key == name(entry); });
+}
 
 template <typename Cursors>
 auto& CursorCoordinate(Cursors& cursors, size_t i) {
@@ -63,6 +73,17 @@ void Load(const SettingsStore& store, const std::string& section, const char* ke
 }
 
 }  // namespace
+
+bool IsSettingsTableKey(const std::string& section, const std::string& key) {
+  const auto plain = [](const char* name) { return name; };
+  const auto named = [](const auto& entry) { return entry.Key; };
+  if (section == kWindowSection) return Listed(kWindowKeys, key, plain);
+  if (section == PaletteSection(0) || section == PaletteSection(1)) return Listed(kPaletteKeys, key, named);
+  if (section == kConfigSection)
+    return Listed(kOtherConfigKeys, key, plain) || Listed(kCursorKeys, key, plain) || Listed(kShownKeys, key, named) ||
+           Listed(kTraceKeys, key, named);
+  return IsDirectoryKey(section, key);
+}
 
 ViewerSettings LoadViewerSettings(const SettingsStore& store, const std::string& homeFolder) {
   ViewerSettings s;
@@ -120,6 +141,8 @@ void SaveViewerSettings(SettingsStore& store, const ViewerSettings& settings) {
   store.SaveSetting(kConfigSection, "PeakThreshold", SingleText(settings.PeakThreshold));
   for (const BooleanKey& key : kTraceKeys)
     store.SaveSetting(kConfigSection, key.Key, BooleanText(settings.*key.Field));
+  // Whatever else a hand-edited or damaged file brought in is not written back.
+  store.KeepOnly(IsSettingsTableKey);
 }
 
 }  // namespace tavrix

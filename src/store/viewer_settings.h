@@ -64,7 +64,13 @@ inline constexpr std::array<PaletteKey, 8> kPaletteKeys = {{{"BackGroundColor", 
 // that order. A value missing, empty, unreadable or out of its range takes its default;
 // the others are kept. `homeFolder` is LastPath's default.
 ViewerSettings LoadViewerSettings(const SettingsStore& store, const std::string& homeFolder);
-// Writes the same keys in the same order. A minimised window is stored as normal.
+// Writes the same keys in the same order. A minimised window is stored as normal. Any
+// value outside the settings table is removed from the store, so the file written holds
+// the table's keys only.
 void SaveViewerSettings(SettingsStore& store, const ViewerSettings& settings);
+
+// Whether a stored value is one of the settings table: the window geometry, the palettes,
+// the configuration keys and the modem directory's values.
+bool IsSettingsTableKey(const std::string& section, const std::string& key);
 
 }  // namespace tavrix

@@ -1,11 +1,15 @@
 // The settings store, the text forms of its values and the viewer's settings table, all in
 // a German locale, which must change nothing that is written or read.
+#include <QDir>
 #include <QFile>
 #include <QLocale>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cerrno>
 #include <clocale>
+#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -44,7 +48,7 @@ ViewerSettings NonDefaults() {
     for (const PaletteKey& key : kPaletteKeys)
       s.Palettes[p][key.Field] = (kDefaultPalettes[p][key.Field] + 0x123457) & 0xFFFFFF;
   s.CurrentPalette = kPrintingPalette;
-  s.LastPath = "/data/caps, \"2024\"/Übersicht";
+  s.LastPath = "/data/caps, \"2024\"; a\\b/Übersicht";
   s.SnapToPoint = s.WindowSpectrum = s.StopUpdates = s.SelectionPanelOn = s.CurrentTrace = false;
   s.CursorDisplay = s.PeakHold = s.VideoAverage = s.LastTrace = true;
   s.Cursors = {{{0.1f, std::numeric_limits<float>::denorm_min()}, {123456.789f, -0.0f}}};
@@ -89,6 +93,7 @@ class SettingsTest : public QObject {
     for (int round = 0; round < 2; ++round) {
       SaveViewerSettings(*std::make_unique<SettingsStore>(Path()), saved);
       SettingsStore store(Path());
+      QVERIFY(store.SetAsideFile().isEmpty());  // quotes, ";" and "\\" in a value are no damage
       QCOMPARE(Fields(LoadViewerSettings(store, kHome)), Fields(expected));
       QCOMPARE(store.GetSetting("Tavrix Modems", "LastModem", ""), "Unit 1");
       saved.Window.State = kWindowMinimized, expected.Window.State = kWindowNormal;
@@ -178,6 +183,11 @@ class SettingsTest : public QObject {
     QTest::newRow("open quote") << window + QByteArray("\0\nStray=\"open\n", 14) + config << true << 0.0;
     QTest::newRow("binary garbage") << window + junk + "\n" + config << true << 0.0;
     QTest::newRow("broken section line") << window + "[Configuration\nSnapToPoint=False\n" << true << 0.0;
+    QTest::newRow("section line naming nothing") << window + "[\nWindowLeft=3\nWindowTop=4\n" + config << true << 0.0;
+    QTest::newRow("unclosed quote") << window + "Stray=\"open\n" + config << true << 0.0;
+    QTest::newRow("quote in a comment") << window + "; a \"remark that never closes\n" + config << false << 0.0;
+    QTest::newRow("keys outside the table")
+        << "Stray=1\n" + window + "WindowLeft=@Invalid()\nStray=2\n[Junk]\nX=@Invalid()\n" + config << false << 0.0;
     QTest::newRow("zeroed file") << QByteArray(4096, '\0') << true << qQNaN();
   }
   void damagedFiles() {
@@ -201,9 +211,35 @@ class SettingsTest : public QObject {
     QCOMPARE(Fields(loaded), Fields(expected));
     SaveViewerSettings(store, loaded);
     QVERIFY(store.Sync());
+    // Written back: the keys a clean file holds and nothing else, every one with a value.
+    const QString clean = dir_.filePath("clean.conf");
+    SaveViewerSettings(*std::make_unique<SettingsStore>(clean), Defaults());
+    QCOMPARE(QSettings(Path(), QSettings::IniFormat).allKeys(), QSettings(clean, QSettings::IniFormat).allKeys());
+    QFile written(Path());
+    QVERIFY(written.open(QIODevice::ReadOnly) && !written.readAll().contains("@Invalid"));
     SettingsStore again(Path());
     QVERIFY(again.SetAsideFile().isEmpty());
     QCOMPARE(Fields(LoadViewerSettings(again, kHome)), Fields(expected));
+  }
+
+  // A write that fails says why in the system's words and keeps the values; once the
+  // cause is gone the next write works and says nothing.
+  void failedWriteSaysWhy() {
+    QTemporaryDir folder;
+    const QString notAFolder = folder.filePath("home");
+    QFile blocker(notAFolder);
+    QVERIFY(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    SettingsStore store(notAFolder + "/settings.conf");
+    store.SaveSetting("Configuration", "LastPath", "/data");
+    QVERIFY(!store.Sync());
+    QVERIFY2(store.WriteError().contains(notAFolder) &&
+                 store.WriteError().endsWith(": " + QString::fromLocal8Bit(std::strerror(ENOTDIR)) + "."),
+             qPrintable(store.WriteError()));
+    QVERIFY(QFile::remove(notAFolder) && QDir().mkdir(notAFolder));
+    QVERIFY(store.Sync());
+    QVERIFY(store.WriteError().isEmpty());
+    QCOMPARE(SettingsStore(notAFolder + "/settings.conf").GetSetting("Configuration", "LastPath", ""), "/data");
   }
 };
 
