@@ -1,6 +1,9 @@
 #include "store/address_check.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
+#include <string>
 
 namespace tavrix {
 
@@ -32,9 +35,31 @@ bool PortPasses(std::string_view port) {
   return value >= 1 && value <= kMaxPort;
 }
 
+bool IsIpv6Literal(std::string_view text) {
+  in6_addr address{};
+  return !text.empty() && inet_pton(AF_INET6, std::string(text).c_str(), &address) == 1;
+}
+
+// "[literal]" or "[literal]:PORT": the literal an IPv6 address, the port as after a dotted
+// address.
+std::optional<AddressRefusal> CheckBracketed(std::string_view text) {
+  const size_t close = text.find(']');
+  if (close == std::string_view::npos || !IsIpv6Literal(text.substr(1, close - 1)))
+    return AddressRefusal{kAddressIpv6Invalid, kInvalidAddressTitle};
+  const std::string_view rest = text.substr(close + 1);
+  if (rest.empty()) return std::nullopt;
+  if (rest.front() != ':') return AddressRefusal{kAddressIpv6Invalid, kInvalidAddressTitle};
+  if (!PortPasses(rest.substr(1))) return AddressRefusal{kAddressOutOfRange, kInvalidAddressTitle};
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<AddressRefusal> CheckModemAddress(std::string_view text) {
+  if (text.starts_with('[')) return CheckBracketed(text);
+  // A bare IPv6 address would read as a dotted one with a strange port; its port could
+  // not be told from its own colons, so it is asked for in brackets.
+  if (IsIpv6Literal(text)) return AddressRefusal{kAddressIpv6Brackets, kInvalidAddressTitle};
   const size_t colon = text.find(':');
   const std::string_view address = text.substr(0, colon);
 

@@ -85,7 +85,8 @@ class ModemsTest : public QObject {
 
  private slots:
   void addressCheck() {
-    const char *ok = nullptr, *range = kAddressOutOfRange, *count = kAddressSectionCount;
+    const char *ok = nullptr, *range = kAddressOutOfRange, *count = kAddressSectionCount, *v6 = kAddressIpv6Invalid,
+               *brackets = kAddressIpv6Brackets;
     const std::string nines(40, '9'), eights(30, '8');
     const std::pair<std::string, const char*> cases[] = {
         {"0.0.0.0", ok}, {" 7.x. 0.255", ok},  // blanks, and a section without digits counts as 0
@@ -93,7 +94,13 @@ class ModemsTest : public QObject {
         {"192.168.0", count}, {"1.2.3.4.5", count}, {"1.2.3:80", count},
         {"1.300", range}, {"1.2.3:0", range},  // out of range, of a section or the port, wins over the count
         {"10.0.0.1:", range}, {"10.0.0.1:0", range}, {"10.0.0.1:65536", range}, {"10.0.0.1:12ab", range},
-        {"10.0.0.1:" + eights, range}};
+        {"10.0.0.1:" + eights, range},
+        // IPv6 in brackets, with the port rule of a dotted address
+        {"[::1]", ok}, {"[fe80::1]:2121", ok}, {"[::ffff:10.0.0.1]:65535", ok}, {"[2001:db8::a:b:c:d:e]", ok},
+        {"[::1]:", range}, {"[::1]:0", range}, {"[::1]:65536", range}, {"[::1]:" + eights, range},
+        {"[::1", v6}, {"[]", v6}, {"[::g]", v6}, {"[1:2:3:4:5:6:7:8:9]", v6}, {"[10.0.0.1]", v6}, {"[::1]21", v6},
+        {"[::1]]", v6}, {"[[::1]]", v6}, {"::1", brackets}, {"fe80::1", brackets}, {"::1:21", brackets},
+        {"1::2.3.4:21", range}};  // not an IPv6 address: read as a dotted one
     for (const auto& [text, refusal] : cases) {
       const std::optional<AddressRefusal> got = CheckModemAddress(text);
       const std::string said = got ? std::string(got->Title) + ": " + got->Text : "";
@@ -102,7 +109,7 @@ class ModemsTest : public QObject {
     std::mt19937 random(7);  // any text at all is answered
     for (int i = 0; i < 20000; ++i) {
       std::string text(random() % 40, ' ');
-      for (char& c : text) c = "0123456789.: \tx"[random() % 15];
+      for (char& c : text) c = "0123456789.: \tx[]af"[random() % 19];
       CheckModemAddress(text);
     }
   }
@@ -169,7 +176,8 @@ class ModemsTest : public QObject {
     }
   }
 
-  // Entries stored as A, (nameless), a, D (last communication unreadable), E, under each ModemCount.
+  // Entries stored as A, (nameless), a, D (last communication unreadable), E, under each ModemCount;
+  // a count that cannot be read is taken from the groups stored, up to the first gap, and said.
   void loadRepairsTheStoredDirectory() {
     QTemporaryDir folder;
     SettingsStore store(folder.filePath("settings.ini"));
@@ -180,14 +188,62 @@ class ModemsTest : public QObject {
       store.SaveSetting(section, "IP_Address", std::to_string(n));
       store.SaveSetting(section, "LastCommunication", n == 4 ? "junk" : "2024-03-01T12:00:00");
     }
-    const char* const cases[][2] = {{"5", "A=1#1; D=4#2; E=5#3"}, {"2", "A=1#1"}, {"", ""}, {"many", ""}, {"-3", ""},
-                                    {"2000000000", "A=1#1; D=4#2; E=5#3"}};
+    store.SaveSetting("Tavrix Modems", "ModemCount", "5");
+    const StoredDirectory first = LoadModems(store);
+    QVERIFY(first.Entries.Item("A")->LastComm == kBase && first.Entries.Item("D")->LastComm == OldestTime());
+    const QString all = "A=1#1; D=4#2; E=5#3";
+    const std::pair<const char*, QString> cases[] = {
+        {"5", all}, {"2", "A=1#1"}, {"0", ""}, {"2000000000", all}, {"", all + "!"}, {"many", all + "!"},
+        {"-3", all + "!"}, {"gap", "A=1#1!"}};
     for (const auto& [count, loaded] : cases) {
+      if (QString(count) == "gap") store.DeleteKey("Tavrix Modems", "Modem3");
       store.SaveSetting("Tavrix Modems", "ModemCount", count);
-      QVERIFY2(Describe(LoadModems(store).Entries) == loaded, count);
+      const StoredDirectory stored = LoadModems(store);
+      const QString repaired = QString::fromStdString(stored.CountRepairNotice);
+      QVERIFY2(Describe(stored.Entries) + (repaired.isEmpty() ? "" : "!") == loaded, count);
+      if (!repaired.isEmpty()) QVERIFY2(repaired.contains(QString(" %1 unit").arg(stored.Entries.Count())), count);
     }
-    const StoredDirectory stored = LoadModems(store);
-    QVERIFY(stored.Entries.Item("A")->LastComm == kBase && stored.Entries.Item("D")->LastComm == OldestTime());
+    SettingsStore empty(folder.filePath("empty.ini"));  // a first start has nothing to repair
+    QVERIFY(LoadModems(empty).CountRepairNotice.empty());
+  }
+
+  // A damaged file keeps every unit that can be read on its own through a load and a save;
+  // the file is set aside when its text runs on, and what is written back reads cleanly.
+  void damagedDirectoryKept_data() {
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("setAside");
+    QTest::addColumn<QString>("kept");
+    const QByteArray units = "Modem1\\ModemName=U1\nModem1\\IP_Address=10.0.0.1\n"
+                             "Modem2\\ModemName=U2\nModem2\\IP_Address=10.0.0.2\n";
+    QTest::newRow("negative count") << "[Tavrix%20Modems]\nModemCount=-5\nLastModem=U2\n" + units << false
+                                    << "U1=10.0.0.1#1; U2=10.0.0.2#2";
+    QTest::newRow("unreadable count") << "[Tavrix Modems]\nModemCount=two\nLastModem=U2\n" + units << false
+                                      << "U1=10.0.0.1#1; U2=10.0.0.2#2";
+    QTest::newRow("unclosed quote before the directory")
+        << "[Configuration]\nLastPath=\"/tmp/unterminated\n[Tavrix%20Modems]\nModemCount=2\nLastModem=U2\n" + units
+        << true << "U1=10.0.0.1#1; U2=10.0.0.2#2";
+    QTest::newRow("unclosed quote in a unit")
+        << "[Tavrix%20Modems]\nModemCount=2\nLastModem=U2\n" + QByteArray(units).replace("=U1", "=\"U1") << true
+        << "U2=10.0.0.2#1";
+  }
+  void damagedDirectoryKept() {
+    QFETCH(QByteArray, content);
+    QFETCH(bool, setAside);
+    QTemporaryDir folder;
+    const QString file = folder.filePath("settings.ini");
+    QFile written(file);
+    QVERIFY(written.open(QIODevice::WriteOnly) && written.write(content) == content.size());
+    written.close();
+    for (int round = 0; round < 2; ++round) {
+      SettingsStore store(file);
+      QCOMPARE(!store.SetAsideFile().isEmpty(), round == 0 && setAside);
+      const StoredDirectory stored = LoadModems(store);
+      QTEST(Describe(stored.Entries), "kept");
+      QCOMPARE(stored.LastModem, "U2");
+      QVERIFY(SaveModems(store, stored.Entries, stored.LastModem));
+      QCOMPARE(store.GetSetting("Tavrix Modems", "ModemCount", ""), std::to_string(stored.Entries.Count()));
+    }
+    QCOMPARE(QFile::exists(file + ".bad"), setAside);
   }
 
   void saveAndLoadAgain() {
