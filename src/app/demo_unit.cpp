@@ -15,9 +15,8 @@ constexpr int kStartSeconds = 10;
 const char* const kScriptName = "demod_sim.py";
 const char* const kInstallHint = "apt-get install python3 python3-pyftpdlib";
 
-// The system's Python first: it is the one Debian's pyftpdlib belongs to.
+// Python through the PATH, as a shell would find it.
 QString FindPython() {
-  if (QFileInfo::exists("/usr/bin/python3")) return "/usr/bin/python3";
   const QString found = QStandardPaths::findExecutable("python3");
   return found.isEmpty() ? QStandardPaths::findExecutable("python") : found;
 }
@@ -56,9 +55,9 @@ DemoUnit::~DemoUnit() {
 
 QString DemoUnit::FindScript() {
   const QDir programDir(QCoreApplication::applicationDirPath());
+  // Installed: <prefix>/bin beside <prefix>/share; built: the build tree mirrors that.
   const QStringList candidates = {programDir.filePath("../share/tavrix-spectrum/" + QString(kScriptName)),
-                                  programDir.filePath(kScriptName),
-                                  QStringLiteral(TAVRIX_SOURCE_DIR "/tools/") + kScriptName};
+                                  programDir.filePath(kScriptName)};
   for (const QString& path : candidates)
     if (QFileInfo::exists(path)) return QFileInfo(path).canonicalFilePath();
   return {};
