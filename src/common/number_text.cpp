@@ -1,5 +1,6 @@
 #include "common/number_text.h"
 
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -9,21 +10,19 @@ namespace tavrix {
 
 namespace {
 
-using u128 = unsigned __int128;
-
 constexpr int kDigits = 7;
 constexpr uint32_t kLowest7 = 1000000;    // 10^(kDigits - 1)
 constexpr uint32_t kAbove7 = 10000000;    // 10^kDigits
-constexpr int kMaxPow10 = 36;             // 10^36 < 2^120
+constexpr int kMaxPow10 = 19;             // 10^19 < 2^64
 
-constexpr u128 Pow10(int n) {
-  u128 p = 1;
+constexpr uint64_t Pow10(int n) {
+  uint64_t p = 1;
   for (int i = 0; i < n; ++i) p *= 10;
   return p;
 }
 
 struct Pow10Table {
-  u128 value[kMaxPow10 + 1];
+  uint64_t value[kMaxPow10 + 1];
   constexpr Pow10Table() : value() {
     for (int i = 0; i <= kMaxPow10; ++i) value[i] = Pow10(i);
   }
@@ -32,7 +31,7 @@ constexpr Pow10Table kPow10;
 
 // The value M x 2^E scaled by 10^k, split into its integer part and a rounding
 // decision (round half to even on the exact value, as printf does). Returns false
-// when the exact arithmetic would not fit in 128 bits.
+// when the exact arithmetic would not fit in 64 bits.
 bool ScaledDigits(uint32_t mantissa, int binaryExp, int k, uint64_t& quotient, bool& roundUp) {
   // Most values the instrument writes (levels, frequencies, samples) take this path:
   // M x 10^k fits in 64 bits and the denominator is a power of two.
@@ -61,45 +60,9 @@ bool ScaledDigits(uint32_t mantissa, int binaryExp, int k, uint64_t& quotient, b
     roundUp = r > half || (r == half && (quotient & 1));
     return true;
   }
-  if (k > kMaxPow10 || -k > kMaxPow10) return false;
-  u128 num = mantissa;
-  if (k > 0) {
-    if (k > 30) return false;  // 2^24 x 10^30 stays below 2^124
-    num *= kPow10.value[k];
-  }
-  if (binaryExp > 0) {
-    if (binaryExp > 103) return false;
-    num <<= binaryExp;
-  }
-  u128 q, r, half;
-  bool canRound = true;
-  if (k >= 0) {
-    // Denominator is a power of two: shifts only.
-    int shift = binaryExp < 0 ? -binaryExp : 0;
-    if (shift > 125) return false;
-    if (shift == 0) {
-      q = num;
-      r = half = 0;
-      canRound = false;
-    } else {
-      q = num >> shift;
-      r = num & ((u128(1) << shift) - 1);
-      half = u128(1) << (shift - 1);
-    }
-  } else {
-    u128 den = kPow10.value[-k];
-    if (binaryExp < 0) {
-      if (-binaryExp > 8) return false;
-      den <<= -binaryExp;
-    }
-    q = num / den;
-    r = num % den;
-    half = den >> 1;  // den is even here, so half is exact
-  }
-  if (q >> 64) return false;
-  quotient = static_cast<uint64_t>(q);
-  roundUp = canRound && (r > half || (r == half && (quotient & 1)));
-  return true;
+  // The rest (the tiniest and the largest magnitudes) is rare in what the instrument
+  // writes; the caller takes the standard library's exact conversion for it.
+  return false;
 }
 
 // floor(log10(|value|)), from the binary exponent and one comparison with a power of
@@ -172,7 +135,7 @@ char* LayOut(char* out, uint32_t digits7, int exp10) {
   return PutDigits(out, d, significant);
 }
 
-// The general path for magnitudes the exact 128-bit arithmetic does not cover
+// The general path for magnitudes the exact 64-bit arithmetic does not cover
 // (sub-normal and the very largest values): the standard library's shortest-exact
 // conversion at 7 significant digits, with the exponent letter in capitals.
 char* AppendByStandardLibrary(char* out, float value) {
@@ -220,7 +183,7 @@ char* AppendNumberText(char* out, float value) {
   const int binaryExp = biased == 0 ? -149 : static_cast<int>(biased) - 150;
 
   // Binary exponent of the leading bit: value lies in [2^e2, 2^(e2+1)).
-  const int e2 = biased == 0 ? (binaryExp + 31 - __builtin_clz(mantissa)) : static_cast<int>(biased) - 127;
+  const int e2 = biased == 0 ? (binaryExp + 31 - std::countl_zero(mantissa)) : static_cast<int>(biased) - 127;
   int exp10 = EstimateDecimalExponent(e2, std::fabs(static_cast<double>(value)));
   // The estimate can be one off next to a power of ten; the exact digits correct it.
   for (int attempt = 0; attempt < 3; ++attempt) {
