@@ -193,6 +193,8 @@ class frmMain : public QMainWindow {
   // Writes the settings when they differ from the ones last written, so that a crash
   // loses at most the last moments of changes.
   void KeepSettings();
+  // Says once in the Status panel why the settings could not be written; true when they were.
+  bool SettingsWritten(bool written);
   void ApplySettings(const ViewerSettings& settings);
   void ApplyGeometry(const StoredGeometry& stored);
   // A new user's first window: three quarters of the primary screen, centred.
@@ -299,6 +301,8 @@ class frmMain : public QMainWindow {
   } readoutAnchor_;  // the plot position the floating read-out stands beside
   QTimer* settingsKeeper_ = nullptr;
   ViewerSettings savedSettings_;
+  QString settingsWriteError_;   // the write failure last told, so it is told once
+  std::string directoryRepair_;  // what was repaired in the stored directory at start
   QTimer* curPointClick_ = nullptr;  // a click on "CurPoint" waits to see if a second follows
   std::array<QLineEdit*, 6> txtCursor_{};
   QPushButton* cmdUpdate_ = nullptr;

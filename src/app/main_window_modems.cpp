@@ -34,13 +34,14 @@ void frmMain::LoadDirectory() {
   StoredDirectory stored = LoadModems(*store_);
   modems_ = std::move(stored.Entries);
   lastModem_ = stored.LastModem;
+  directoryRepair_ = stored.CountRepairNotice;
   // A LastModem that names no entry leaves no unit current.
   if (const Modem* last = lastModem_.empty() ? nullptr : modems_.Item(lastModem_)) currentModemName_ = last->Name;
   FillRecentMenu();
 }
 
 void frmMain::SaveDirectory() {
-  SaveModems(*store_, modems_, lastModem_);
+  SettingsWritten(SaveModems(*store_, modems_, lastModem_));
 }
 
 void frmMain::UpdateModems() {

@@ -62,11 +62,14 @@ void frmMain::LoadSettings() {
   // The first tick of timerConnection connects to the unit used last; updates start only
   // when they were running at the last close. With no usable unit nothing is armed.
   if (CurrentModem() && options_.ConnectAtStart) cycle_->Start(settings.StopUpdates);
-  if (!store_->SetAsideFile().isEmpty()) {
-    // Asked once the window is up: a status notice would vanish under the first
-    // connection's own.
-    const std::string text = "The settings file could not be read whole; it was kept as " +
-                             store_->SetAsideFile().toStdString() + " and every readable setting restored.";
+  // Told once the window is up: a status notice would vanish under the first
+  // connection's own.
+  std::string text;
+  if (!store_->SetAsideFile().isEmpty())
+    text = "The settings file could not be read whole; it was kept as " + store_->SetAsideFile().toStdString() +
+           " and every readable setting restored.";
+  if (!directoryRepair_.empty()) text += (text.empty() ? "" : "\n\n") + directoryRepair_;
+  if (!text.empty()) {
     QTimer::singleShot(0, this, [this, text] {
       notices_->Ask(text, kProgramTitle, MessageButtons::Ok, MessageIcon::Exclamation);
     });
@@ -179,8 +182,23 @@ void frmMain::KeepSettings() {
   ViewerSettings now = CurrentSettings();
   if (now == savedSettings_) return;
   SaveViewerSettings(*store_, now);
-  store_->Sync();
+  // A failed write is said once and tried again at the next comparison.
+  if (!SettingsWritten(store_->Sync())) return;
   savedSettings_ = std::move(now);
+}
+
+bool frmMain::SettingsWritten(bool written) {
+  if (written) {
+    settingsWriteError_.clear();
+    return true;
+  }
+  const QString error = store_->WriteError();
+  if (error != settingsWriteError_) {
+    settingsWriteError_ = error;
+    notices_->ShowStatus(error.toStdString(), true);
+    cycle_->StartStatusTimer();
+  }
+  return false;
 }
 
 void frmMain::UnloadSettings() {

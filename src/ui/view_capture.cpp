@@ -4,9 +4,9 @@
 #include <QFileInfo>
 #include <QFontMetricsF>
 #include <QPainter>
-#include <QSaveFile>
 #include <QSvgGenerator>
 
+#include "common/file_io.h"
 #include "view/plot_renderer.h"
 #include "view/window_layout.h"
 
@@ -14,17 +14,8 @@ namespace tavrix {
 
 namespace {
 
-// Commits a complete file, or leaves the old one untouched and says why.
-bool Commit(QSaveFile& file, QString* error) {
-  if (file.commit()) return true;
-  if (error != nullptr) *error = QString("The view could not be saved to %1: %2").arg(file.fileName(), file.errorString());
-  return false;
-}
-
-bool Open(QSaveFile& file, QString* error) {
-  if (file.open(QIODevice::WriteOnly)) return true;
-  if (error != nullptr) *error = QString("The view could not be saved to %1: %2").arg(file.fileName(), file.errorString());
-  return false;
+QString Failed(const QString& fileName, const QString& reason) {
+  return QString("The view could not be saved to %1: %2").arg(fileName, reason);
 }
 
 }  // namespace
@@ -35,32 +26,35 @@ ViewFileKind ViewFileKindOf(const QString& fileName) {
 
 bool SaveViewFile(const PlotScene& scene, const QSize& size, qreal devicePixelRatio, const QString& fileName,
                   QString* error) {
-  QSaveFile file(fileName);
-  if (!Open(file, error)) return false;
+  // The picture is made in memory and written by the one file writer, which replaces a
+  // file only once it is whole and reports a failed write in the system's words.
+  QByteArray bytes;
+  QBuffer buffer(&bytes);
+  buffer.open(QIODevice::WriteOnly);
   if (ViewFileKindOf(fileName) == ViewFileKind::Png) {
-    const QImage image = RenderPlot(scene, size, devicePixelRatio);
-    if (!image.save(&file, "PNG")) {
-      file.cancelWriting();
-      if (error != nullptr) *error = QString("The view could not be saved to %1: the picture could not be written.").arg(fileName);
+    if (!RenderPlot(scene, size, devicePixelRatio).save(&buffer, "PNG")) {
+      if (error != nullptr) *error = Failed(fileName, "the picture could not be written.");
       return false;
     }
-    return Commit(file, error);
+  } else {
+    QSvgGenerator svg;
+    svg.setOutputDevice(&buffer);
+    svg.setSize(size);
+    svg.setViewBox(QRect(QPoint(0, 0), size));
+    svg.setTitle(kProgramTitle);
+    svg.setDescription("Spectrum view");
+    QPainter painter;
+    if (!painter.begin(&svg)) {
+      if (error != nullptr) *error = Failed(fileName, "the drawing could not be started.");
+      return false;
+    }
+    UpdateView(painter, QSizeF(size), scene);
+    painter.end();
   }
-  QSvgGenerator svg;
-  svg.setOutputDevice(&file);
-  svg.setSize(size);
-  svg.setViewBox(QRect(QPoint(0, 0), size));
-  svg.setTitle(kProgramTitle);
-  svg.setDescription("Spectrum view");
-  QPainter painter;
-  if (!painter.begin(&svg)) {
-    file.cancelWriting();
-    if (error != nullptr) *error = QString("The view could not be saved to %1: the drawing could not be started.").arg(fileName);
-    return false;
-  }
-  UpdateView(painter, QSizeF(size), scene);
-  painter.end();
-  return Commit(file, error);
+  const std::string reason = WriteFileAtomically(fileName.toStdString(), std::string_view(bytes.constData(), bytes.size()));
+  if (reason.empty()) return true;
+  if (error != nullptr) *error = Failed(fileName, QString::fromStdString(reason) + ".");
+  return false;
 }
 
 void DrawPrintedPage(QPainter& painter, const QRectF& page, const PlotScene& scene, const PageFacts& facts) {

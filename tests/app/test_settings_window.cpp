@@ -166,6 +166,51 @@ class SettingsWindowTest : public QObject {
     QVERIFY(LoadViewerSettings(SettingsStore(file), QDir::homePath().toStdString()) == s);
   }
 
+  // Damaged files that lost settings or units before: every good value and unit survives a
+  // start and a close, what was repaired is told, and nothing invalid is written back.
+  void damagedFilesKeepTheUnits_data() {
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("setAside");
+    QTest::addColumn<QString>("told");
+    const QByteArray units = "Modem1\\ModemName=Rack A\nModem1\\IP_Address=127.0.0.1:1\n"
+                             "Modem2\\ModemName=Rack B\nModem2\\IP_Address=10.1.1.2\n";
+    QTest::newRow("a section line naming nothing")
+        << "[Configuration]\nPeakThreshold=-30\n[\nWindowLeft=12\nWindowTop=x\n[Tavrix%20Modems]\nModemCount=2\n" + units
+        << true << "settings.conf.bad";
+    QTest::newRow("a negative unit count") << "[Configuration]\nPeakThreshold=-30\n[Tavrix%20Modems]\nModemCount=-5\n" + units
+                                           << false << "repaired";
+    QTest::newRow("a quote that never closes")
+        << "[Configuration]\nLastPath=\"/tmp/unterminated\nPeakThreshold=-30\n[Tavrix%20Modems]\nModemCount=2\n" + units
+        << true << "settings.conf.bad";
+  }
+  void damagedFilesKeepTheUnits() {
+    QFETCH(QByteArray, content);
+    QFETCH(bool, setAside);
+    QFETCH(QString, told);
+    QTemporaryDir folder;
+    const QString file = folder.filePath("settings.conf");
+    QFile damaged(file);
+    QVERIFY(damaged.open(QIODevice::WriteOnly) && damaged.write(content) == content.size());
+    damaged.close();
+    {
+      Viewer v(file);
+      QCOMPARE(v.w->Directory().Count(), 2);
+      QCOMPARE(v.w->CurrentSettings().PeakThreshold, -30.0f);
+      QTRY_VERIFY(v.AskedTitled("Tavrix Spectrum Analyzer"));
+      QVERIFY(QString::fromStdString(v.questions.back().Text).contains(told));
+      v.w->close();
+    }
+    QCOMPARE(QFile::exists(file + ".bad"), setAside);
+    QFile written(file);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    const QByteArray text = written.readAll();
+    QVERIFY(!text.contains("@Invalid") && !text.contains("unterminated\n"));
+    Viewer again(file);
+    QCOMPARE(again.w->Directory().Count(), 2);
+    QCOMPARE(again.w->Directory().Item("Rack B")->IP_Address, std::string("10.1.1.2"));
+    QCOMPARE(again.w->CurrentSettings().PeakThreshold, -30.0f);
+  }
+
   void palettesRedrawOnlyWhatIsShown() {
     QTemporaryDir folder;
     Viewer v(folder.filePath("settings.conf"));
