@@ -67,7 +67,7 @@ start_unit() {
   local name=$1; shift
   /usr/bin/python3 tools/demod_sim.py --port 0 --log /dev/null "$@" >"$work/$name.port" 2>"$work/$name.err" &
   pids+=($!)
-  for _ in $(seq 50); do grep -q LISTENING "$work/$name.port" && break; sleep 0.1; done
+  for _ in $(seq 50); do grep -qs LISTENING "$work/$name.port" && break; sleep 0.1; done
   unit_port=$(awk '/LISTENING/ {print $2}' "$work/$name.port")
   [[ -n "$unit_port" ]] || { echo "the simulated unit $name did not start: $(cat "$work/$name.err")" >&2; exit 1; }
 }
@@ -76,10 +76,16 @@ start_unit() {
 shoot() {
   local scale=$1 name=$2 menu=${3:-}
   start_screen $((1300 * scale)) $((800 * scale))
-  QT_SCALE_FACTOR=$scale "$bin" --demo >/dev/null 2>&1 &
+  # A settings folder of its own: the picture never depends on (or changes) the settings
+  # of whoever runs this, and the traces switched on below start from their defaults.
+  mkdir -p "$work/settings-$name"
+  XDG_CONFIG_HOME=$work/settings-$name QT_SCALE_FACTOR=$scale "$bin" --demo >/dev/null 2>&1 &
   pids+=($!)
   local window; window=$(wait_window "Connected to Simulated Demodulator")
+  # A first start opens the window centred; at the top left corner the whole window is on
+  # the screen, and the clicks and crops below are in the screen's own pixels.
   xdotool windowsize "$window" $((1280 * scale)) $((760 * scale))
+  xdotool windowmove "$window" 0 0
   xdotool mousemove $((640 * scale)) $((300 * scale)) click 1  # the plot takes the keys
   sleep 0.3
   xdotool key alt+t; sleep 0.3; xdotool key h; sleep 0.3   # Tools > Peak Hold Trace
@@ -101,6 +107,13 @@ shoot() {
     import -window root -crop "$((1280 * scale))x$((760 * scale))+0+0" "$out/$name"
   else
     import -window "$window" "$out/$name"
+  fi
+  # A window that did not take its size (or lies partly off the screen) gives a picture
+  # of another size, and the guide's callouts would point at the wrong places.
+  local size; size=$(identify -format "%wx%h" "$out/$name")
+  if [[ "$size" != "$((1280 * scale))x$((760 * scale))" ]]; then
+    echo "$out/$name is $size, not $((1280 * scale))x$((760 * scale))" >&2
+    exit 1
   fi
   echo "wrote $out/$name"
   cleanup
