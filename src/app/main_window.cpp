@@ -188,7 +188,6 @@ QWidget* frmMain::BuildReadoutPanel() {
 PlotScene frmMain::Scene() const {
   PlotScene scene = live_.Scene();
   scene.Colors = palettes_[static_cast<size_t>(activePalette_)];
-  scene.TraceLineWidth = traceLineWidth_;
   scene.Threshold = navigation_.Threshold;
   scene.CursorsShown = cursorDisplay_;
   scene.Cursors = cursors_;

@@ -108,7 +108,6 @@ class frmMain : public QMainWindow {
   // Draws the report page onto a printer that is set up and ready.
   void PrintView(QPrinter& printer);
   void mnuHelpAbout_Click();
-  int ActivePalette() const { return activePalette_; }
   const std::array<Palette, 2>& Palettes() const { return palettes_; }
 
   // Settings (main_window_settings.cpp): what the window would store now, and storing it.
@@ -268,7 +267,6 @@ class frmMain : public QMainWindow {
   bool cursorDisplay_ = false;
   std::array<Palette, 2> palettes_ = kDefaultPalettes;
   int activePalette_ = kViewingPalette;
-  int traceLineWidth_ = 1;
   std::unique_ptr<SettingsStore> store_;
   Modems modems_;
   std::string currentModemName_;          // the current unit of the directory, by name

@@ -161,6 +161,8 @@ void frmMain::SelectPress(float x, float y) {
     UpdateView();
     return;
   }
+  // Before the first capture there is no point to select.
+  if (!live_.State.Traces.DataValid) return;
   // The nearest point on the screen over the visible traces; its trace becomes active.
   const PixelRect& area = picSpectrum_->Mapping().Area();
   const ViewScale& v = live_.View.Scale;

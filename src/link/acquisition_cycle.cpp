@@ -99,11 +99,6 @@ void AcquisitionCycle::Changed() {
   emit displayChanged();
 }
 
-void AcquisitionCycle::SetStopped(bool stopped) {
-  stopped_ = stopped;
-  Changed();
-}
-
 void AcquisitionCycle::Start(bool noPolling) {
   startNoPolling_ = noPolling;
   Changed();
@@ -257,7 +252,7 @@ void AcquisitionCycle::AbortConnection() {
 // ---- request and fetch -------------------------------------------------------------
 
 void AcquisitionCycle::RequestStep(std::function<void(bool)> then) {
-  if (state_.RequestBusy || hold_) {
+  if (state_.RequestBusy) {
     then(false);
     return;
   }
@@ -269,7 +264,7 @@ void AcquisitionCycle::RequestStep(std::function<void(bool)> then) {
 }
 
 void AcquisitionCycle::FetchStep(std::function<void(bool)> then) {
-  if (state_.FetchBusy || hold_) {
+  if (state_.FetchBusy) {
     then(false);
     return;
   }
@@ -399,10 +394,6 @@ void AcquisitionCycle::StartTick() {
 // is told as when a read finds it gone (otherwise a unit that died between two polls
 // would never be reported).
 void AcquisitionCycle::RequestNotWritten(uint64_t tick) {
-  if (hold_) {
-    EndTick(tick);
-    return;
-  }
   if (state_.LostShown) {
     LostConnection([this, tick] { EndTick(tick); });
     return;

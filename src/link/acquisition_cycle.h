@@ -89,9 +89,6 @@ class AcquisitionCycle : public QObject {
   void SingleStep_Click();
   // Ctrl+S: ends a connection attempt in progress; updates stay stopped.
   void AbortConnection();
-  // While set, the request and fetch steps do nothing.
-  void SetHold(bool hold) { hold_ = hold; }
-  void SetStopped(bool stopped);
   // The window's current unit changed (chosen, removed): what the display offers follows.
   void CurrentModemChanged() { Changed(); }
   // (Re)starts timerStatus, which clears the "Status" notice when it runs out; the window's
@@ -158,7 +155,6 @@ class AcquisitionCycle : public QObject {
   bool connected_ = false;
   bool stopped_ = true;
   bool singleStep_ = false;
-  bool hold_ = false;
   bool reconnecting_ = false;  // "Yes" to the lost question: every tick tries the unit until it answers
   uint64_t runningTick_ = 0;     // generation of the tick under way, 0 when none
   bool connecting_ = false;

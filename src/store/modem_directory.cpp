@@ -91,11 +91,6 @@ bool IsDirectoryKey(const std::string& section, const std::string& key) {
 // The oldest date the directory knows, its day zero, at midnight.
 QDateTime OldestTime() { return QDateTime(QDate(1899, 12, 30), QTime(0, 0)); }
 
-void Modems::Clear() {
-  entries_.clear();
-  recent_.fill(0);
-}
-
 std::optional<size_t> Modems::Find(const std::string& name) const {
   for (size_t i = 0; i < entries_.size(); ++i)
     if (SameName(entries_[i].Name, name)) return i;

@@ -31,7 +31,6 @@ QDateTime OldestTime();
 // monitored entry numbers.
 class Modems {
  public:
-  void Clear();
   bool Exists(const std::string& name) const;
   // The entry's Index; 0 when there is no such entry.
   int32_t Index(const std::string& name) const;

@@ -84,7 +84,6 @@ class PlotMouse {
   // The release and then the click.
   MouseOutcome Release(int button, float x, float y);
   const RubberBand& Band() const { return band_; }
-  int LastButton() const { return lastButton_; }
 
  private:
   MouseOutcome Click();

@@ -73,7 +73,7 @@ void DrawTraces(QPainter& painter, const PlotMapping& map, const PlotScene& scen
   points.reserve(kRunLength);
   for (const auto& [trace, color] : kTraceOrder) {
     if (!scene.Traces->TraceVisible[static_cast<size_t>(trace)]) continue;
-    painter.setPen(TracePen(scene.Colors[color], scene.TraceLineWidth));
+    painter.setPen(TracePen(scene.Colors[color], 1));
     DrawTrace(painter, map, *scene.Traces, trace, points);
   }
 }

@@ -24,7 +24,6 @@ struct PlotScene {
   float FreqScale = 1.0f;
   int CheckedDB = 9;  // the dB-per-division item checked: the level grid's division
   Palette Colors = kDefaultPalettes[kViewingPalette];
-  int TraceLineWidth = 1;
   float Threshold = 0.0f;  // the minimum peak threshold, dB
   bool CursorsShown = false;
   std::array<CursorMark, 2> Cursors{};

@@ -111,8 +111,6 @@ class ViewWindow {
   // The remembered point (CenterX, CenterY) about which zooms and presets are centred:
   // set by a selection; the view's centre until one is made.
   void SetCenter(float x, float y);
-  void ClearCenter() { centerSet_ = false; }
-  bool HasCenter() const { return centerSet_; }
   float CenterX() const { return centerSet_ ? centerX_ : Scale.CenterX(); }
   float CenterY() const { return centerSet_ ? centerY_ : Scale.CenterY(); }
 
