@@ -15,9 +15,6 @@
 
 using namespace tavrix;
 
-Q_DECLARE_METATYPE(tavrix::ViewScale)
-Q_DECLARE_METATYPE(tavrix::KeyCorner)
-
 namespace {
 
 const QSize kSize(640, 360);
@@ -41,10 +38,12 @@ TraceSet ShapedTraces(const std::function<float(float)>& level, bool withPeakHol
 }
 TraceSet FlatTraces(float level) { return ShapedTraces([level](float) { return level; }); }
 
-// The dB-per-division item the view window checks for a view of this height.
-int CheckedFor(float height) {
+// The dB-per-division item the view window checks for a view of this size.
+int CheckedFor(float height, const ViewScale& view = {}, float freqScale = 1) {
   ViewWindow v;
+  v.Scale = view;
   v.Scale.ScaleHeight = height;
+  v.FreqScale = freqScale;
   v.PrepareRedraw();
   return v.CheckedDB;
 }
@@ -72,7 +71,7 @@ QRgb Rgb(ColorRef c) { return qRgb(RedOf(c), GreenOf(c), BlueOf(c)); }
 // The device pixel an aliased line at this coordinate lands on.
 int Pixel(double at) { return static_cast<int>(std::floor(at)); }
 
-// Pixels of `color` in a column or row of the image (device pixels).
+// Pixels of `color` in a column or part of a row of the image (device pixels).
 int CountInColumn(const QImage& image, int x, QRgb color) {
   int n = 0;
   for (int y = 0; y < image.height(); ++y) n += image.pixel(x, y) == color;
@@ -91,234 +90,180 @@ class PlotTest : public QObject {
 
  private slots:
   void labels() {
-    QCOMPARE(LevelLabel(0), std::string("   0.00dB"));
-    QCOMPARE(LevelLabel(-90), std::string(" -90.00dB"));
-    QCOMPARE(LevelLabel(-125), std::string("-125.00dB"));
-    QCOMPARE(LevelLabel(2.5), std::string("   2.50dB"));
-    QCOMPARE(FrequencyLabel(0, "####"), std::string("0"));
-    QCOMPARE(FrequencyLabel(0.5, "####.0"), std::string("0.5"));
-    QCOMPARE(FrequencyLabel(-0.25, "####.00"), std::string("-0.25"));
-    QCOMPARE(FrequencyLabel(70.0125, "####.0000"), std::string("70.0125"));
+    QCOMPARE(LevelLabel(0) + LevelLabel(-90) + LevelLabel(-125) + LevelLabel(2.5),
+             "   0.00dB -90.00dB-125.00dB   2.50dB");
+    QCOMPARE(FrequencyLabel(0, "####") + " " + FrequencyLabel(0.5, "####.0") + " " + FrequencyLabel(-0.25, "####.00") +
+                 " " + FrequencyLabel(70.0125, "####.0000"),
+             "0 0.5 -0.25 70.0125");
   }
 
-  void gridLinesAreRoundAndLegible_data() {
-    QTest::addColumn<ViewScale>("view");
-    QTest::addColumn<float>("freqScale");
-    QTest::addColumn<double>("areaHeight");
-    QTest::addColumn<double>("levelStep");
-    QTest::addColumn<QString>("tickFormat");
-    QTest::newRow("wide band, 10 dB/div") << ViewScale{0, -125, 300, 250} << 1.0f << 500.0 << 10.0 << "####";
-    QTest::newRow("narrow band at scale 10000") << ViewScale{9999634, -80, 732, 60} << 10000.0f << 500.0 << 2.5
-                                                << "####.00";
-    QTest::newRow("deepest zoom: seven decimals") << ViewScale{100000000, -1, 0.025f, 2} << 100000.0f << 500.0
-                                                  << 0.1 << "####.0000000";
-  }
+  // A wide band at 10 dB/div, a narrow one at scale 10000, the deepest zoom with seven decimals.
   void gridLinesAreRoundAndLegible() {
-    QFETCH(ViewScale, view);
-    QFETCH(float, freqScale);
-    QFETCH(double, areaHeight);
-    QFETCH(double, levelStep);
-    QFETCH(QString, tickFormat);
+    const struct { ViewScale view; float freqScale; double levelStep; const char* tickFormat; } rows[] = {
+        {{0, -125, 300, 250}, 1, 10, "####"},
+        {{9999634, -80, 732, 60}, 10000, 2.5, "####.00"},
+        {{100000000, -1, 0.025f, 2}, 100000, 0.1, "####.0000000"}};
     const LegendMetrics metrics{63, 7, 14};
-    const PixelRect area{80, 10, 1000, areaHeight};
-    ViewWindow v;
-    v.Scale = view;
-    v.FreqScale = freqScale;
-    v.PrepareRedraw();
-    const PlotGrid grid = ComputeGrid(view, freqScale, v.CheckedDB, area, metrics);
-    QCOMPARE(grid.LevelStep, levelStep);
-    QCOMPARE(QString::fromStdString(grid.TickFormat), tickFormat);
-    QVERIFY(!grid.Level.empty() && grid.Frequency.size() >= 2 && grid.Frequency.size() <= 13);
-    const PlotMapping map(view, area);
-    for (size_t i = 0; i < grid.Frequency.size(); ++i) {
-      const double x = map.ToPixelX(grid.Frequency[i].Position);
-      QVERIFY(x >= area.Left - 0.01 && x <= area.Right() + 0.01);
-      if (i == 0) continue;
-      // Neighbouring labels differ and have room between them.
-      QVERIFY(grid.Frequency[i].Label != grid.Frequency[i - 1].Label);
-      const double gap = x - map.ToPixelX(grid.Frequency[i - 1].Position);
-      QVERIFY(gap >= (grid.Frequency[i].Label.size() + 1) * metrics.CharWidth);
+    const PixelRect area{80, 10, 1000, 500};
+    for (const auto& [view, freqScale, levelStep, tickFormat] : rows) {
+      const PlotGrid grid = ComputeGrid(view, freqScale, CheckedFor(view.ScaleHeight, view, freqScale), area, metrics);
+      QCOMPARE(grid.LevelStep, levelStep);
+      QCOMPARE(grid.TickFormat, tickFormat);
+      QVERIFY(!grid.Level.empty() && grid.Frequency.size() >= 2 && grid.Frequency.size() <= 13);
+      const PlotMapping map(view, area);
+      for (size_t i = 0; i < grid.Frequency.size(); ++i) {
+        const double x = map.ToPixelX(grid.Frequency[i].Position);
+        QVERIFY(x >= area.Left - 0.01 && x <= area.Right() + 0.01);
+        if (i == 0) continue;
+        // Neighbouring labels differ and have room between them.
+        QVERIFY(grid.Frequency[i].Label != grid.Frequency[i - 1].Label);
+        const double gap = x - map.ToPixelX(grid.Frequency[i - 1].Position);
+        QVERIFY(gap >= (grid.Frequency[i].Label.size() + 1) * metrics.CharWidth);
+      }
     }
   }
 
   // The level lines are spaced by the checked caption at any height; labels go on every
   // n-th line, at round levels, when one on each line would collide.
-  void levelLinesKeepTheCheckedDivision_data() {
-    QTest::addColumn<float>("viewHeight");
-    QTest::addColumn<double>("areaHeight");
-    QTest::addColumn<double>("division");
-    QTest::newRow("500x260 zoomed in once: 5.00 dB") << 125 / 1.75f << 207.0 << 5.0;
-    QTest::newRow("500x260 full height: 10.00 dB") << 125.0f << 207.0 << 10.0;
-    QTest::newRow("500x260 at the zoom-out limit") << 669.9f << 207.0 << 10.0;
-    QTest::newRow("window minimum, 250 dB tall") << 250.0f << 120.0 << 10.0;
-    QTest::newRow("2.50 dB on a tall plot") << 40.8f << 900.0 << 2.5;
-    QTest::newRow("0.25 dB, short") << 5.0f << 120.0 << 0.25;
-    QTest::newRow("0.05 dB, short") << 1.2f << 100.0 << 0.05;
-    QTest::newRow("0.01 dB, mid") << 0.24f << 300.0 << 0.01;
-    QTest::newRow("far taller than any zoom allows") << 1e5f << 50.0 << 10.0;
-  }
   void levelLinesKeepTheCheckedDivision() {
-    QFETCH(float, viewHeight);
-    QFETCH(double, areaHeight);
-    QFETCH(double, division);
-    const int checked = CheckedFor(viewHeight);
-    QCOMPARE(kDBPerDivision[static_cast<size_t>(checked)], division);
+    const struct { float viewHeight; double areaHeight, division; } rows[] = {
+        {125 / 1.75f, 207, 5},  // 500x260 zoomed in once
+        {125, 207, 10},         // 500x260 full height
+        {669.9f, 207, 10},      // 500x260 at the zoom-out limit
+        {250, 120, 10},         // the window's minimum, 250 dB tall
+        {40.8f, 900, 2.5}, {5, 120, 0.25}, {1.2f, 100, 0.05}, {0.24f, 300, 0.01},
+        {1e5f, 50, 10}};        // far taller than any zoom allows
     const LegendMetrics metrics{63, 7, 14};
-    const ViewScale view{0, -37.3f, 300, viewHeight};  // the top off any round level
-    const PixelRect area{80, 10, 400, areaHeight};
-    const PlotGrid grid = ComputeGrid(view, 1.0f, checked, area, metrics);
-    QCOMPARE(grid.LevelStep, division);
-    // Every multiple of the division in the view, one line each, top to bottom; only
-    // lines closer than a pixel, which would paint the area solid, keep just the labelled.
-    const double top = -static_cast<double>(view.ScaleTop), bottom = top - static_cast<double>(viewHeight);
-    const bool solid = division / viewHeight * areaHeight < 1;
-    const double spacing = solid ? grid.LevelLabelStep : division;
-    QCOMPARE(static_cast<double>(grid.Level.size()),
-             std::floor(top / spacing + 1e-6) - std::ceil(bottom / spacing - 1e-6) + 1);
-    QVERIFY(-grid.Level.front().Position <= top && -grid.Level.front().Position > top - spacing);
-    for (size_t i = 1; i < grid.Level.size(); ++i)
-      QVERIFY(std::abs(grid.Level[i].Position - grid.Level[i - 1].Position - spacing) < 1e-6 * spacing + 1e-9);
-    // Labels: round levels, evenly spaced, never overlapping and never needlessly sparse.
-    const PlotMapping map(view, area);
-    std::vector<double> labelled;
-    for (const GridLine& line : grid.Level) {
-      if (line.Label.empty()) continue;
-      QCOMPARE(line.Label, LevelLabel(-line.Position));
-      const double ratio = line.Position / grid.LevelLabelStep;
-      QVERIFY(std::abs(ratio - std::round(ratio)) < 1e-6);
-      labelled.push_back(map.ToPixelY(line.Position));
-    }
-    QVERIFY(!labelled.empty());
-    for (size_t i = 1; i < labelled.size(); ++i) {
-      QVERIFY(labelled[i] - labelled[i - 1] >= metrics.LineHeight);
-      QVERIFY(labelled[i] - labelled[i - 1] <= 6 * metrics.LineHeight);
+    for (const auto& [viewHeight, areaHeight, division] : rows) {
+      const int checked = CheckedFor(viewHeight);
+      QCOMPARE(kDBPerDivision[static_cast<size_t>(checked)], division);
+      const ViewScale view{0, -37.3f, 300, viewHeight};  // the top off any round level
+      const PixelRect area{80, 10, 400, areaHeight};
+      const PlotGrid grid = ComputeGrid(view, 1.0f, checked, area, metrics);
+      QCOMPARE(grid.LevelStep, division);
+      // Every multiple of the division in the view, one line each, top to bottom; only
+      // lines closer than a pixel, which would paint the area solid, keep just the labelled.
+      const double top = -static_cast<double>(view.ScaleTop), bottom = top - static_cast<double>(viewHeight);
+      const double spacing = division / viewHeight * areaHeight < 1 ? grid.LevelLabelStep : division;
+      QCOMPARE(static_cast<double>(grid.Level.size()),
+               std::floor(top / spacing + 1e-6) - std::ceil(bottom / spacing - 1e-6) + 1);
+      QVERIFY(-grid.Level.front().Position <= top && -grid.Level.front().Position > top - spacing);
+      for (size_t i = 1; i < grid.Level.size(); ++i)
+        QVERIFY(std::abs(grid.Level[i].Position - grid.Level[i - 1].Position - spacing) < 1e-6 * spacing + 1e-9);
+      // Labels: round levels, evenly spaced, never overlapping and never needlessly sparse.
+      const PlotMapping map(view, area);
+      std::vector<double> labelled;
+      for (const GridLine& line : grid.Level) {
+        if (line.Label.empty()) continue;
+        QCOMPARE(line.Label, LevelLabel(-line.Position));
+        const double ratio = line.Position / grid.LevelLabelStep;
+        QVERIFY(std::abs(ratio - std::round(ratio)) < 1e-6);
+        labelled.push_back(map.ToPixelY(line.Position));
+      }
+      QVERIFY(!labelled.empty());
+      for (size_t i = 1; i < labelled.size(); ++i)
+        QVERIFY(labelled[i] - labelled[i - 1] >= metrics.LineHeight &&
+                labelled[i] - labelled[i - 1] <= 6 * metrics.LineHeight);
     }
   }
 
   // The key goes to the top corner where it hides least: never over the selected point,
   // then never over the highest visible point, then where the traces are lower.
-  void keyCorner_data() {
-    QTest::addColumn<float>("leftLevel");   // below 50 MHz
-    QTest::addColumn<float>("rightLevel");  // above 250 MHz
-    QTest::addColumn<float>("spike");       // one point near 270 MHz, 0 for none
-    QTest::addColumn<bool>("spikeSelected");
-    QTest::addColumn<KeyCorner>("corner");
-    QTest::newRow("traces low everywhere") << 50.0f << 50.0f << 0.0f << false << KeyCorner::Right;
-    QTest::newRow("traces high on the right") << 50.0f << 110.0f << 0.0f << false << KeyCorner::Left;
-    QTest::newRow("traces high on the left") << 110.0f << 50.0f << 0.0f << false << KeyCorner::Right;
-    QTest::newRow("both high, right a little higher") << 121.0f << 123.0f << 0.0f << false << KeyCorner::Right;
-    QTest::newRow("highest peak under the right box") << 103.0f << 50.0f << 105.0f << false << KeyCorner::Left;
-    QTest::newRow("selected point under the right box") << 115.0f << 50.0f << 100.0f << true << KeyCorner::Left;
-    QTest::newRow("the same point not selected") << 115.0f << 50.0f << 100.0f << false << KeyCorner::Right;
-  }
   void keyCorner() {
-    QFETCH(float, leftLevel);
-    QFETCH(float, rightLevel);
-    QFETCH(float, spike);
-    QFETCH(bool, spikeSelected);
-    QFETCH(KeyCorner, corner);
-    TraceSet traces = ShapedTraces([&](float x) { return x < 50 ? leftLevel : x > 250 ? rightLevel : 50.0f; });
-    const int spikePoint = 819;  // at 269.97 MHz
-    if (spike != 0) traces.AmpPoints[static_cast<size_t>(spikePoint - 1)].Current = spike;
-    // Boxes 150x50 at the top corners: 2.4..47.4 and 252.6..297.6 MHz, 120..88.75 dB.
-    const PlotMapping map({0, -125, 300, 250}, PixelRect{80, 10, 1000, 400});
-    QCOMPARE(ChooseKeyCorner(map, traces, 150, 50, spikeSelected ? kCurrentTrace : -1, spikeSelected ? spikePoint : 0),
-             corner);
+    const KeyCorner left = KeyCorner::Left, right = KeyCorner::Right;
+    // Levels below 50 and above 250 MHz, one point near 270 MHz (0: none), whether it is selected.
+    const struct { float leftLevel, rightLevel, spike; bool spikeSelected; KeyCorner corner; } rows[] = {
+        {50, 50, 0, false, right},     {50, 110, 0, false, left},      {110, 50, 0, false, right},
+        {121, 123, 0, false, right},   // both high, right a little higher
+        {103, 50, 105, false, left},   // the highest peak under the right box
+        {115, 50, 100, true, left},    {115, 50, 100, false, right}};
+    for (const auto& [leftLevel, rightLevel, spike, spikeSelected, corner] : rows) {
+      TraceSet traces = ShapedTraces([&](float x) { return x < 50 ? leftLevel : x > 250 ? rightLevel : 50.0f; });
+      const int spikePoint = 819;  // at 269.97 MHz
+      if (spike != 0) traces.AmpPoints[static_cast<size_t>(spikePoint - 1)].Current = spike;
+      // Boxes 150x50 at the top corners: 2.4..47.4 and 252.6..297.6 MHz, 120..88.75 dB.
+      const PlotMapping map({0, -125, 300, 250}, PixelRect{80, 10, 1000, 400});
+      QVERIFY(ChooseKeyCorner(map, traces, 150, 50, spikeSelected ? kCurrentTrace : -1, spikeSelected ? spikePoint : 0) ==
+              corner);
+    }
   }
 
   // Drawn, the key sits in the chosen corner on a ground that lets the trace through.
-  void keyIsTranslucentInTheChosenCorner_data() {
-    QTest::addColumn<bool>("highOnLeft");
-    QTest::newRow("traces high on the left: key right") << true;
-    QTest::newRow("traces high on the right: key left") << false;
-  }
   void keyIsTranslucentInTheChosenCorner() {
-    QFETCH(bool, highOnLeft);
-    // Above the box on the high side, through the middle of the box on the other.
-    const TraceSet traces = ShapedTraces(
-        [&](float x) { return (highOnLeft ? x < 60 : x > 240) ? 122.0f : 103.0f; }, true);
-    const PlotScene scene = SceneOf(traces);
-    const QImage image = RenderPlot(scene, kSize, 1);
-    const PixelRect a = MappingFor(kSize).Area();
-    // The key's text: bright grey (the legend colour, smoothed); the grid is a darker grey.
-    auto text = [&](int fromX, int toX) {
-      int n = 0;
-      for (int y = Pixel(a.Top) + 9; y < Pixel(a.Top) + 40; ++y)
-        for (int x = fromX; x <= toX; ++x) {
-          const QRgb p = image.pixel(x, y);
-          n += qRed(p) == qGreen(p) && qGreen(p) == qBlue(p) && qRed(p) > 120;
-        }
-      return n;
-    };
-    const int keyLeft = text(Pixel(a.Left) + 9, Pixel(a.Left) + 100);
-    const int keyRight = text(Pixel(a.Right()) - 100, Pixel(a.Right()) - 9);
-    QVERIFY((highOnLeft ? keyRight : keyLeft) > 20);
-    QCOMPARE(highOnLeft ? keyLeft : keyRight, 0);
-    // The peak hold trace under the key, dimmed by the ground rather than hidden.
-    const QRgb hold = Rgb(scene.Colors[kPeakHoldColor]);
-    const int row = Pixel(MappingFor(kSize).ToPixelY(-103));
-    const int from = highOnLeft ? Pixel(a.Right()) - 90 : Pixel(a.Left) + 10;
-    int dimmed = 0;
-    for (int x = from; x < from + 80; ++x) {
-      const QRgb p = image.pixel(x, row);
-      dimmed += std::abs(qRed(p) - qRed(hold) * 95 / 255) <= 3 && std::abs(qGreen(p) - qGreen(hold) * 95 / 255) <= 3 &&
-                std::abs(qBlue(p) - qBlue(hold) * 95 / 255) <= 3;
-    }
-    QVERIFY2(dimmed > 40, qPrintable(QString::number(dimmed)));
-  }
-
-  void tracesAreOneDevicePixelWide_data() {
-    QTest::addColumn<qreal>("ratio");
-    QTest::newRow("pixel ratio 1") << qreal(1);
-    QTest::newRow("pixel ratio 2") << qreal(2);
-  }
-  void tracesAreOneDevicePixelWide() {
-    QFETCH(qreal, ratio);
-    const TraceSet traces = FlatTraces(53);  // off the 10 dB grid lines
-    const QImage image = RenderPlot(SceneOf(traces), kSize, ratio);
-    QCOMPARE(image.size(), kSize * ratio);
-    QCOMPARE(image.devicePixelRatio(), ratio);
-    const PlotMapping map = MappingFor(kSize);
-    const QRgb trace = Rgb(kDefaultPalettes[0][kSpectrumColor]);
-    for (double x : {60.0, 120.0, 200.0, 280.0})
-      QCOMPARE(CountInColumn(image, Pixel(map.ToPixelX(x) * ratio) + 1, trace), 1);
-  }
-
-  void noSegmentJoinsTheHalvesOrCrossesALift_data() {
-    QTest::addColumn<bool>("lift");
-    QTest::newRow("points 1024 and 1025") << false;
-    QTest::newRow("a frequency lower than two before") << true;
-  }
-  void noSegmentJoinsTheHalvesOrCrossesALift() {
-    QFETCH(bool, lift);
-    TraceSet traces = FlatTraces(5);  // clear of the threshold line at 0 dB
-    if (lift) {
-      // Within the first run, points 513.. jump back to 200..250 while 1..512 cover 260..300.
-      for (int k = 0; k < 1024; ++k) {
-        traces.FreqPoints[static_cast<size_t>(k)].Current =
-            k < 512 ? 260.0f + 40.0f * k / 512 : 200.0f + 50.0f * (k - 512) / 512;
-        traces.AmpPoints[static_cast<size_t>(k)].Current = (k == 511 || k == 512) ? 100.0f : 5.0f;
+    for (const bool highOnLeft : {true, false}) {
+      // Above the box on the high side, through the middle of the box on the other.
+      const TraceSet traces = ShapedTraces(
+          [&](float x) { return (highOnLeft ? x < 60 : x > 240) ? 122.0f : 103.0f; }, true);
+      const PlotScene scene = SceneOf(traces);
+      const QImage image = RenderPlot(scene, kSize, 1);
+      const PixelRect a = MappingFor(kSize).Area();
+      // The key's text: bright grey (the legend colour, smoothed); the grid is a darker grey.
+      auto text = [&](int fromX, int toX) {
+        int n = 0;
+        for (int y = Pixel(a.Top) + 9; y < Pixel(a.Top) + 40; ++y)
+          for (int x = fromX; x <= toX; ++x) {
+            const QRgb p = image.pixel(x, y);
+            n += qRed(p) == qGreen(p) && qGreen(p) == qBlue(p) && qRed(p) > 120;
+          }
+        return n;
+      };
+      const int keyLeft = text(Pixel(a.Left) + 9, Pixel(a.Left) + 100);
+      const int keyRight = text(Pixel(a.Right()) - 100, Pixel(a.Right()) - 9);
+      QVERIFY((highOnLeft ? keyRight : keyLeft) > 20);
+      QCOMPARE(highOnLeft ? keyLeft : keyRight, 0);
+      // The peak hold trace under the key, dimmed by the ground rather than hidden.
+      const QRgb hold = Rgb(scene.Colors[kPeakHoldColor]);
+      const int row = Pixel(MappingFor(kSize).ToPixelY(-103));
+      const int from = highOnLeft ? Pixel(a.Right()) - 90 : Pixel(a.Left) + 10;
+      int dimmed = 0;
+      for (int x = from; x < from + 80; ++x) {
+        const QRgb p = image.pixel(x, row);
+        dimmed += std::abs(qRed(p) - qRed(hold) * 95 / 255) <= 3 &&
+                  std::abs(qGreen(p) - qGreen(hold) * 95 / 255) <= 3 && std::abs(qBlue(p) - qBlue(hold) * 95 / 255) <= 3;
       }
-    } else {
-      traces.AmpPoints[1023].Current = traces.AmpPoints[1024].Current = 100.0f;
+      QVERIFY2(dimmed > 40, qPrintable(QString::number(dimmed)));
     }
-    const QImage image = RenderPlot(SceneOf(traces), kSize, 1);
-    const PlotMapping map = MappingFor(kSize);
-    const int row = Pixel(map.ToPixelY(-100));
-    const QRgb trace = Rgb(kDefaultPalettes[0][kSpectrumColor]);
-    // A joining segment would run level at 100 dB between the two points.
-    const int from = Pixel(map.ToPixelX(lift ? 252 : 10)), to = Pixel(map.ToPixelX(lift ? 258 : 290));
-    QCOMPARE(CountInRow(image, row, from, to, trace), 0);
-    // The traces themselves are there.
-    QVERIFY(CountInRow(image, Pixel(map.ToPixelY(-5)), Pixel(map.ToPixelX(210)), Pixel(map.ToPixelX(240)), trace) > 0);
   }
 
-  void switchedOffTracesAreNotDrawn() {
+  void tracesAreOneDevicePixelWide() {
+    const TraceSet traces = FlatTraces(53);  // off the 10 dB grid lines
+    for (const qreal ratio : {1, 2}) {
+      const QImage image = RenderPlot(SceneOf(traces), kSize, ratio);
+      QCOMPARE(image.size(), kSize * ratio);
+      QCOMPARE(image.devicePixelRatio(), ratio);
+      const PlotMapping map = MappingFor(kSize);
+      for (double x : {60.0, 120.0, 200.0, 280.0})
+        QCOMPARE(CountInColumn(image, Pixel(map.ToPixelX(x) * ratio) + 1, Rgb(kDefaultPalettes[0][kSpectrumColor])), 1);
+    }
+  }
+
+  // Nothing joins points 1024 and 1025, nor a point to one of a lower frequency than two
+  // before it; switched-off traces are not drawn at all.
+  void noSegmentJoinsTheHalvesOrCrossesALift() {
+    const QRgb trace = Rgb(kDefaultPalettes[0][kSpectrumColor]);
+    const PlotMapping map = MappingFor(kSize);
+    for (const bool lift : {false, true}) {
+      TraceSet traces = FlatTraces(5);  // clear of the threshold line at 0 dB
+      if (lift) {
+        // Within the first run, points 513.. jump back to 200..250 while 1..512 cover 260..300.
+        for (int k = 0; k < 1024; ++k) {
+          traces.FreqPoints[static_cast<size_t>(k)].Current =
+              k < 512 ? 260.0f + 40.0f * k / 512 : 200.0f + 50.0f * (k - 512) / 512;
+          traces.AmpPoints[static_cast<size_t>(k)].Current = (k == 511 || k == 512) ? 100.0f : 5.0f;
+        }
+      } else {
+        traces.AmpPoints[1023].Current = traces.AmpPoints[1024].Current = 100.0f;
+      }
+      const QImage image = RenderPlot(SceneOf(traces), kSize, 1);
+      // A joining segment would run level at 100 dB between the two points.
+      const int from = Pixel(map.ToPixelX(lift ? 252 : 10)), to = Pixel(map.ToPixelX(lift ? 258 : 290));
+      QCOMPARE(CountInRow(image, Pixel(map.ToPixelY(-100)), from, to, trace), 0);
+      // The traces themselves are there.
+      QVERIFY(CountInRow(image, Pixel(map.ToPixelY(-5)), Pixel(map.ToPixelX(210)), Pixel(map.ToPixelX(240)), trace) > 0);
+    }
     TraceSet traces = FlatTraces(50);
     traces.TraceVisible = {false, false, false, false};
-    const QImage image = RenderPlot(SceneOf(traces), kSize, 1);
-    QCOMPARE(CountInColumn(image, Pixel(MappingFor(kSize).ToPixelX(100)), Rgb(kDefaultPalettes[0][kSpectrumColor])),
-             0);
+    QCOMPARE(CountInColumn(RenderPlot(SceneOf(traces), kSize, 1), Pixel(map.ToPixelX(100)), trace), 0);
   }
 
   void cursorsInvertAndTwiceRestore() {
