@@ -27,39 +27,31 @@ class PointNavigationTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void moves_data() {
-    QTest::addColumn<bool>("peaks");
-    QTest::addColumn<int>("move");
-    QTest::addColumn<int>("from");
-    QTest::addColumn<float>("threshold");
-    QTest::addColumn<int>("to");
-    // Levels 5, 9, 9, 3 at points 1..4, 0 dB elsewhere.
-    QTest::newRow("highest: the first of equal maxima") << true << int(PointMove::Last) << 0 << 0.0f << 2;
-    QTest::newRow("next lower from 2: point 1") << true << int(PointMove::Previous) << 2 << 0.0f << 1;
-    QTest::newRow("next higher from 1: the last of the 9s") << true << int(PointMove::Next) << 1 << 0.0f << 3;
-    QTest::newRow("next higher from the top: the highest") << true << int(PointMove::Next) << 2 << 0.0f << 2;
-    QTest::newRow("next lower with no selection: the highest") << true << int(PointMove::Previous) << 0 << 0.0f << 2;
-    QTest::newRow("next lower from the lowest: none") << true << int(PointMove::Previous) << 5 << 0.0f << 0;
-    QTest::newRow("lowest at or above 0 dB") << true << int(PointMove::First) << 0 << 0.0f << 5;
-    QTest::newRow("lowest at or above 4 dB") << true << int(PointMove::First) << 0 << 4.0f << 1;
-    QTest::newRow("threshold above every level: the highest") << true << int(PointMove::First) << 0 << 50.0f << 2;
-    QTest::newRow("all points: next wraps from 2048") << false << int(PointMove::Next) << 2048 << 0.0f << 1;
-    QTest::newRow("all points: previous wraps from 1") << false << int(PointMove::Previous) << 1 << 0.0f << 2048;
-    QTest::newRow("all points: next with none selected") << false << int(PointMove::Next) << 0 << 0.0f << 1;
-    QTest::newRow("all points: previous with none") << false << int(PointMove::Previous) << 0 << 0.0f << 2048;
-    QTest::newRow("all points: first and last") << false << int(PointMove::Last) << 7 << 0.0f << 2048;
-  }
+  // Levels 5, 9, 9, 3 at points 1..4, 0 dB elsewhere.
   void moves() {
-    QFETCH(bool, peaks);
-    QFETCH(int, move);
-    QFETCH(int, from);
-    QFETCH(float, threshold);
-    QFETCH(int, to);
+    const PointMove first = PointMove::First, next = PointMove::Next, previous = PointMove::Previous,
+                    last = PointMove::Last;
+    const struct { bool peaks; PointMove move; int from; float threshold; int to; } rows[] = {
+        {true, last, 0, 0, 2},       // highest: the first of equal maxima
+        {true, previous, 2, 0, 1},   // next lower from 2
+        {true, next, 1, 0, 3},       // next higher from 1: the last of the 9s
+        {true, next, 2, 0, 2},       // next higher from the top: the highest
+        {true, previous, 0, 0, 2},   // next lower with no selection: the highest
+        {true, previous, 5, 0, 0},   // next lower from the lowest: none
+        {true, first, 0, 0, 5},      // lowest at or above 0 dB
+        {true, first, 0, 4, 1},      // lowest at or above 4 dB
+        {true, first, 0, 50, 2},     // threshold above every level: the highest
+        {false, next, 2048, 0, 1},   {false, previous, 1, 0, 2048},  // all points wrap
+        {false, next, 0, 0, 1},      {false, previous, 0, 0, 2048},  // none selected
+        {false, last, 7, 0, 2048}};
     const TraceSet t = Levels({5, 9, 9, 3});
-    PointNavigation nav;
-    nav.MoveByPeaks = peaks;
-    nav.Threshold = threshold;
-    QCOMPARE(MoveTarget(static_cast<PointMove>(move), t, nav, Selection{kCurrentTrace, from}), to);
+    for (const auto& [peaks, move, from, threshold, to] : rows) {
+      PointNavigation nav;
+      nav.MoveByPeaks = peaks;
+      nav.Threshold = threshold;
+      QVERIFY2(MoveTarget(move, t, nav, Selection{kCurrentTrace, from}) == to,
+               qPrintable(QString("move %1 from %2 by %3").arg(int(move)).arg(from).arg(peaks ? "peaks" : "points")));
+    }
   }
 
   void flatTraceAndRememberedPoint() {

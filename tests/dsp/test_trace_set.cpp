@@ -65,35 +65,24 @@ class TraceSetTest : public QObject {
       QCOMPARE(Values(s.Traces.AmpPoints, trace), Values(s.Traces.AmpPoints, kCurrentTrace));
   }
 
-  void statusTextsAndCounters_data() {
-    QTest::addColumn<bool>("videoAverage");
-    QTest::addColumn<bool>("peakHold");
-    QTest::addColumn<int>("counts");  // before the update; neither and both at 3 are in the acceptance results
-    QTest::addColumn<QString>("status");
-    QTest::addColumn<QString>("toolTips");
-    QTest::newRow("video average") << true << false << 0 << "Video Average Samples = 1"
-                                   << "Video Average Trace [1], Peak Hold Trace";
-    QTest::newRow("peak hold") << false << true << 0 << "Peak Hold Samples = 1"
-                               << "Video Average Trace, Peak Hold Trace [1]";
-    QTest::newRow("both reach the limit") << true << true << 2147483646
-                                          << "Peak Hold Samples = 2147483647 | Video Average Samples = 2147483647"
-                                          << "Video Average Trace [2147483647], Peak Hold Trace [2147483647]";
-    QTest::newRow("both restart past it") << true << true << 2147483647
-                                          << "Peak Hold Samples = 1 | Video Average Samples = 1"
-                                          << "Video Average Trace [1], Peak Hold Trace [1]";
-  }
-
+  // Neither and both at 3 are in the acceptance results; here each alone, and both at the limit and past it.
   void statusTextsAndCounters() {
-    SpectrumState s;
-    QFETCH(bool, videoAverage);
-    QFETCH(bool, peakHold);
-    s.Traces.TraceVisible = {true, false, videoAverage, peakHold};
-    QFETCH(int, counts);
-    s.Traces.VideoAverageCount = s.Traces.PeakHoldCount = counts;
-    VerticalWindow vertical;
-    const UpdateReport r = UpdateSpectrum(s, vertical, true);
-    QTEST(QString::fromStdString(r.StatusText.value_or("(none)")), "status");
-    QTEST(QString::fromStdString(r.VideoAverageToolTip + ", " + r.PeakHoldToolTip), "toolTips");
+    const struct { bool videoAverage, peakHold; int counts; const char *status, *toolTips; } rows[] = {
+        {true, false, 0, "Video Average Samples = 1", "Video Average Trace [1], Peak Hold Trace"},
+        {false, true, 0, "Peak Hold Samples = 1", "Video Average Trace, Peak Hold Trace [1]"},
+        {true, true, 2147483646, "Peak Hold Samples = 2147483647 | Video Average Samples = 2147483647",
+         "Video Average Trace [2147483647], Peak Hold Trace [2147483647]"},
+        {true, true, 2147483647, "Peak Hold Samples = 1 | Video Average Samples = 1",
+         "Video Average Trace [1], Peak Hold Trace [1]"}};
+    for (const auto& r : rows) {
+      SpectrumState s;
+      s.Traces.TraceVisible = {true, false, r.videoAverage, r.peakHold};
+      s.Traces.VideoAverageCount = s.Traces.PeakHoldCount = r.counts;
+      VerticalWindow vertical;
+      const UpdateReport report = UpdateSpectrum(s, vertical, true);
+      QCOMPARE(report.StatusText.value_or("(none)"), r.status);
+      QCOMPARE(report.VideoAverageToolTip + ", " + report.PeakHoldToolTip, r.toolTips);
+    }
   }
 };
 

@@ -53,130 +53,110 @@ class ModemDialogsTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void propertiesFill_data() {
-    QTest::addColumn<QString>("edited");
-    QTest::addColumn<bool>("connected");
-    QTest::addColumn<QStringList>("boxes");  // name, address, status, last communication
-    QTest::newRow("new") << kNewModemMarker << false << QStringList{"", "", "Not Connected", ""};
-    QTest::newRow("connected") << "Alpha" << true
-                               << QStringList{"Alpha", "10.0.0.1", "Connected", "2024-03-01 06:07:08"};
-    QTest::newRow("never heard from") << "Beta" << false << QStringList{"Beta", "10.0.0.2", "Not Connected", ""};
-  }
+  // The boxes: name, address, status and last communication; the marker of a new entry is never shown.
   void propertiesFill() {
-    QFETCH(QString, edited);
-    QFETCH(bool, connected);
-    Modems modems = Directory({"Alpha", "Beta"});
-    ScriptedNotices notices;
-    frmModem dialog(modems, edited.toStdString(), connected, notices);
-    QStringList boxes;
-    for (const QLineEdit* box : {dialog.txtModemName, dialog.txtIPA, dialog.txtStatus, dialog.txtLastComm})
-      boxes << box->text();
-    QTEST(boxes, "boxes");
-    QCOMPARE(dialog.windowTitle() + " " + dialog.txtIPA->placeholderText(), "Tarvix Modem Properties 255.255.255.255");
+    const struct { QString edited; bool connected; QStringList boxes; } rows[] = {
+        {kNewModemMarker, false, {"", "", "Not Connected", ""}},
+        {"Alpha", true, {"Alpha", "10.0.0.1", "Connected", "2024-03-01 06:07:08"}},
+        {"Beta", false, {"Beta", "10.0.0.2", "Not Connected", ""}}};
+    for (const auto& [edited, connected, wanted] : rows) {
+      Modems modems = Directory({"Alpha", "Beta"});
+      ScriptedNotices notices;
+      frmModem dialog(modems, edited.toStdString(), connected, notices);
+      QStringList boxes;
+      for (const QLineEdit* box : {dialog.txtModemName, dialog.txtIPA, dialog.txtStatus, dialog.txtLastComm})
+        boxes << box->text();
+      QCOMPARE(boxes, wanted);
+      QCOMPARE(dialog.windowTitle() + " " + dialog.txtIPA->placeholderText(), "Tarvix Modem Properties 255.255.255.255");
+    }
   }
 
   // A refusal keeps the dialog open, is asked once and puts the focus in the box at fault; leaving the address
   // box checks it, except towards Cancel or with nothing typed. The focus starts in the address box.
-  void propertiesRefusals_data() {
-    QTest::addColumn<QString>("action");  // "ok", or the box the focus moves to
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<QString>("said");
-    QTest::addColumn<QString>("focus");  // empty: not checked
-    QTest::newRow("no name") << "ok" << "" << "192.168.0.256" << "Unnamed Modem" << "txtModemName";
-    QTest::newRow("no address") << "ok" << "Gamma" << " " << "Missing IP Address" << "txtIPA";
-    QTest::newRow("OK, out of range") << "ok" << "Gamma" << "192.168.0.256" << "Invalid IP Address" << "txtIPA";
-    QTest::newRow("name taken, Cancel") << "ok" << "alpha" << "1.1.1.1" << "OK to Overwrite" << "";
-    QTest::newRow("left, out of range") << "txtModemName" << "" << "192.168.0.256" << "Invalid IP Address" << "txtIPA";
-    QTest::newRow("towards Cancel") << "cmdCancel" << "" << "192.168.0.256" << "" << "cmdCancel";
-    QTest::newRow("left empty") << "txtModemName" << "" << "" << "" << "txtModemName";
-    QTest::newRow("left with port") << "txtModemName" << "" << "0.0.0.0:21" << "" << "txtModemName";
-  }
   void propertiesRefusals() {
-    QFETCH(QString, action);
-    QFETCH(QString, name);
-    QFETCH(QString, address);
-    QFETCH(QString, focus);
-    Modems modems = Directory({"Alpha", "Beta"});
-    const QStringList before = Contents(modems);
-    ScriptedNotices notices;
-    notices.answer = kCancel;
-    frmModem dialog(modems, kNewModemMarker, false, notices);
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
-    dialog.txtModemName->setText(name);
-    dialog.txtIPA->setText(address);
-    dialog.txtIPA->setFocus();
-    if (action == "ok")
-      dialog.cmdOK->click();
-    else
-      dialog.findChild<QWidget*>(action)->setFocus(Qt::TabFocusReason);
-    QTest::qWait(20);
-    QVERIFY(dialog.isVisible() && !dialog.Outcome().Stored);
-    QTEST(notices.said.join("; "), "said");
-    if (!focus.isEmpty()) QCOMPARE(QApplication::focusWidget()->objectName(), focus);
-    QCOMPARE(Contents(modems), before);
+    const QString refused = "192.168.0.256";
+    const struct { QString action, name, address, said, focus; } rows[] = {  // action: "ok" or the box focused
+        {"ok", "", refused, "Unnamed Modem", "txtModemName"},
+        {"ok", "Gamma", " ", "Missing IP Address", "txtIPA"},
+        {"ok", "Gamma", refused, "Invalid IP Address", "txtIPA"},
+        {"ok", "alpha", "1.1.1.1", "OK to Overwrite", ""},  // answered Cancel; the focus not checked
+        {"txtModemName", "", refused, "Invalid IP Address", "txtIPA"},
+        {"cmdCancel", "", refused, "", "cmdCancel"},
+        {"txtModemName", "", "", "", "txtModemName"},
+        {"txtModemName", "", "0.0.0.0:21", "", "txtModemName"}};
+    for (const auto& [action, name, address, said, focus] : rows) {
+      Modems modems = Directory({"Alpha", "Beta"});
+      const QStringList before = Contents(modems);
+      ScriptedNotices notices;
+      notices.answer = kCancel;
+      frmModem dialog(modems, kNewModemMarker, false, notices);
+      dialog.show();
+      QVERIFY(QTest::qWaitForWindowActive(&dialog));
+      dialog.txtModemName->setText(name);
+      dialog.txtIPA->setText(address);
+      dialog.txtIPA->setFocus();
+      if (action == "ok")
+        dialog.cmdOK->click();
+      else
+        dialog.findChild<QWidget*>(action)->setFocus(Qt::TabFocusReason);
+      QTest::qWait(20);
+      QVERIFY(dialog.isVisible() && !dialog.Outcome().Stored);
+      QCOMPARE(notices.said.join("; "), said);
+      if (!focus.isEmpty()) QCOMPARE(QApplication::focusWidget()->objectName(), focus);
+      QCOMPARE(Contents(modems), before);
+    }
   }
 
   // A command on Beta of Alpha, Beta, Gamma: what is asked and reported, in order, and the list after with its
   // selection. The properties hook logs whom it edits and stores `name` as OK would.
-  void managerCommands_data() {
-    QTest::addColumn<QString>("command");  // "add", "dclick" for Properties, "remove", "ok", "cancel"
-    QTest::addColumn<MessageAnswer>("answer");
-    QTest::addColumn<QString>("name");  // typed into the properties; the selection after
-    QTest::addColumn<QString>("said");
-    QTest::addColumn<QString>("list");
-    QTest::newRow("add") << "add" << kOk << "Zeta" << "edit <$$New Modem$$>; changed" << "Alpha Beta Gamma Zeta";
-    QTest::newRow("rename") << "dclick" << kOk << "Zeta" << "edit Beta; renamed Beta Zeta; changed"
-                            << "Alpha Zeta Gamma";
-    QTest::newRow("new address") << "dclick" << kOk << "Beta" << "edit Beta; changed" << "Alpha Beta Gamma";
-    QTest::newRow("onto another") << "dclick" << kOk << "Gamma"
-                                  << "edit Beta; OK to Overwrite; renamed Beta Gamma; removed Beta; changed"
-                                  << "Alpha Gamma";
-    QTest::newRow("remove") << "remove" << kYes << "Gamma" << "OK to Remove; removed Beta; changed" << "Alpha Gamma";
-    QTest::newRow("remove, No") << "remove" << kNo << "Beta" << "OK to Remove" << "Alpha Beta Gamma";
-    QTest::newRow("OK") << "ok" << kOk << "Beta" << "accepted Beta" << "Alpha Beta Gamma";
-    QTest::newRow("Cancel") << "cancel" << kOk << "Alpha" << "rejected nothing" << "Alpha Beta Gamma";
-  }
   void managerCommands() {
-    QFETCH(QString, command);
-    QFETCH(QString, name);
-    QFETCH(MessageAnswer, answer);
-    Modems modems = Directory({"Alpha", "Beta", "Gamma"});
-    ScriptedNotices notices;
-    notices.answer = answer;
-    auto store = [&](const std::string& edited) {
-      notices.said << "edit " + QString::fromStdString(edited);
-      return StoreModem(modems, edited, name.toStdString(), "1.2.3.4", kHeard, notices);
-    };
-    frmModemSelect dialog(modems, notices, {nullptr, store});
-    connect(&dialog, &frmModemSelect::modemRenamed,
-            [&](const QString& from, const QString& to) { notices.said << "renamed " + from + " " + to; });
-    connect(&dialog, &frmModemSelect::modemRemoved, [&](const QString& gone) { notices.said << "removed " + gone; });
-    connect(&dialog, &frmModemSelect::directoryChanged, [&] { notices.said << "changed"; });
-    connect(&dialog, &QDialog::finished, [&](int result) {
-      notices.said << (result == QDialog::Accepted ? "accepted " : "rejected ") +
-                          QString::fromStdString(dialog.Chosen().value_or("nothing"));
-    });
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    if (command == "add") {
-      dialog.cmdAdd->click();
-    } else if (command == "cancel") {
-      dialog.cmdCancel->click();
-    } else if (command != "dclick") {
-      dialog.listModems->setCurrentRow(1);
-      (command == "ok" ? dialog.cmdOK : dialog.cmdRemove)->click();
-    } else {
-      const QRect item = dialog.listModems->visualItemRect(dialog.listModems->item(1));
-      const QPoint at = dialog.listModems->viewport()->mapTo(&dialog, item.center());
-      QTest::mouseDClick(dialog.windowHandle(), Qt::LeftButton, {}, at);
+    // command: "add", "dclick" for Properties, "remove", "ok", "cancel"; name: typed into the properties, and
+    // the selection after.
+    const struct { QString command; MessageAnswer answer; QString name, said, list; } rows[] = {
+        {"add", kOk, "Zeta", "edit <$$New Modem$$>; changed", "Alpha Beta Gamma Zeta"},
+        {"dclick", kOk, "Zeta", "edit Beta; renamed Beta Zeta; changed", "Alpha Zeta Gamma"},
+        {"dclick", kOk, "Beta", "edit Beta; changed", "Alpha Beta Gamma"},
+        {"dclick", kOk, "Gamma", "edit Beta; OK to Overwrite; renamed Beta Gamma; removed Beta; changed",
+         "Alpha Gamma"},
+        {"remove", kYes, "Gamma", "OK to Remove; removed Beta; changed", "Alpha Gamma"},
+        {"remove", kNo, "Beta", "OK to Remove", "Alpha Beta Gamma"},
+        {"ok", kOk, "Beta", "accepted Beta", "Alpha Beta Gamma"},
+        {"cancel", kOk, "Alpha", "rejected nothing", "Alpha Beta Gamma"}};
+    for (const auto& [command, answer, name, said, wanted] : rows) {
+      Modems modems = Directory({"Alpha", "Beta", "Gamma"});
+      ScriptedNotices notices;
+      notices.answer = answer;
+      auto store = [&](const std::string& edited) {
+        notices.said << "edit " + QString::fromStdString(edited);
+        return StoreModem(modems, edited, name.toStdString(), "1.2.3.4", kHeard, notices);
+      };
+      frmModemSelect dialog(modems, notices, {nullptr, store});
+      connect(&dialog, &frmModemSelect::modemRenamed,
+              [&](const QString& from, const QString& to) { notices.said << "renamed " + from + " " + to; });
+      connect(&dialog, &frmModemSelect::modemRemoved, [&](const QString& gone) { notices.said << "removed " + gone; });
+      connect(&dialog, &frmModemSelect::directoryChanged, [&] { notices.said << "changed"; });
+      connect(&dialog, &QDialog::finished, [&](int result) {
+        notices.said << (result == QDialog::Accepted ? "accepted " : "rejected ") +
+                            QString::fromStdString(dialog.Chosen().value_or("nothing"));
+      });
+      dialog.show();
+      QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+      if (command == "add" || command == "cancel") {
+        (command == "add" ? dialog.cmdAdd : dialog.cmdCancel)->click();
+      } else if (command != "dclick") {
+        dialog.listModems->setCurrentRow(1);
+        (command == "ok" ? dialog.cmdOK : dialog.cmdRemove)->click();
+      } else {
+        const QRect item = dialog.listModems->visualItemRect(dialog.listModems->item(1));
+        const QPoint at = dialog.listModems->viewport()->mapTo(&dialog, item.center());
+        QTest::mouseDClick(dialog.windowHandle(), Qt::LeftButton, {}, at);
+      }
+      QCOMPARE(notices.said.join("; "), said);
+      QStringList list;
+      for (int i = 0; i < dialog.listModems->count(); ++i) list << dialog.listModems->item(i)->text();
+      QCOMPARE(list.join(" "), wanted);
+      QCOMPARE(dialog.listModems->currentItem()->text(), name);
     }
-    QTEST(notices.said.join("; "), "said");
-    QStringList list;
-    for (int i = 0; i < dialog.listModems->count(); ++i) list << dialog.listModems->item(i)->text();
-    QTEST(list.join(" "), "list");
-    QCOMPARE(dialog.listModems->currentItem()->text(), name);
   }
 
   // Remove, Properties and OK need a selection, in a list with entries or without.
