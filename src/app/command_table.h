@@ -5,6 +5,8 @@
 #include <array>
 #include <string_view>
 
+#include "store/modem_directory.h"
+
 namespace tavrix {
 
 // The toolbar's image list, in order: a status picture is named by its 1-based place.
@@ -222,7 +224,7 @@ inline constexpr MoveCommandSpec kMoveCommands[] = {
 inline constexpr const char* kMoveByAllPoints = "Select &Move by All Points";
 inline constexpr const char* kMoveByPeakPoints = "Select &Move by Peak Points";
 
-inline constexpr int kRecentModems = 10;
+inline constexpr int kRecentModems = kRecentPlaces;  // the recent menu shows every recent place
 inline constexpr const char* kNoRecentModem = "<No Recent Modem Monitored>";
 
 inline constexpr MenuEntrySpec kHelpMenu[] = {

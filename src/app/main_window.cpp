@@ -25,6 +25,7 @@
 
 #include "app/entry_box.h"
 #include "app/plot_widget.h"
+#include "app/window_text.h"
 #include "app/status_panels.h"
 #include "store/settings_store.h"
 #include "view/window_layout.h"
@@ -71,6 +72,7 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   bar->addWidget(panels_, 1);
   setStatusBar(bar);
   notices_ = std::make_unique<WindowNotices>(this, panels_, options_.Answerer);
+  DefaultDialogs();
   BuildCommands();
   Button("CurrentTrace")->setChecked(true);
   panels_->SetText("CurTrace", "None");
@@ -111,7 +113,7 @@ frmMain::~frmMain() {
 }
 
 QSize frmMain::MinimumPixels() const {
-  const double dpiX = logicalDpiX() > 0 ? logicalDpiX() : 96.0, dpiY = logicalDpiY() > 0 ? logicalDpiY() : 96.0;
+  const double dpiX = DpiOr96(logicalDpiX()), dpiY = DpiOr96(logicalDpiY());
   return {TwipsToPixels(kMinimumWidthTwips, dpiX), TwipsToPixels(kMinimumHeightTwips, dpiY)};
 }
 
@@ -147,7 +149,7 @@ void frmMain::BuildCentralArea() {
 QWidget* frmMain::BuildReadoutPanel() {
   auto* panel = new QWidget(this);
   panel->setObjectName("readoutPanel");
-  const double dpi = logicalDpiY() > 0 ? logicalDpiY() : 96.0;
+  const double dpi = DpiOr96(logicalDpiY());
   panel->setFixedHeight(TwipsToPixels(kReadoutPanelTwips, dpi));
   auto* row = new QHBoxLayout(panel);
   row->setContentsMargins(6, 2, 6, 2);

@@ -49,6 +49,7 @@ using FileChooser = std::function<std::optional<QString>(const SaveDialogSetup&)
 // Shows the colour dialog with a title and a starting colour; the chosen colour, or
 // nothing when cancelled.
 using ColorChooser = std::function<std::optional<QColor>(const QString& title, const QColor& initial)>;
+std::optional<QColor> ShowColorDialog(QWidget* parent, const QString& title, const QColor& initial);
 // Shows the properties dialog of a unit (or kNewModemMarker) and returns what its OK did.
 using ModemEditor = std::function<StoreOutcome(Modems& modems, const std::string& editedName)>;
 
@@ -206,6 +207,10 @@ class frmMain : public QMainWindow {
   void SaveDirectory();
   void FillRecentMenu();
   void OnConnectFinished(bool connected);
+  // The unit of the directory that is current and answering.
+  bool IsConnectedUnit(const std::string& name) const;
+  // Fills the dialog hooks a test did not give with the real dialogs.
+  void DefaultDialogs();
   void OnModemRenamed(const std::string& oldName, const std::string& newName);
   void OnModemRemoved(const std::string& name);
   void ChooseDirectoryUnit();

@@ -9,6 +9,7 @@
 
 #include "app/entry_box.h"
 #include "app/main_window.h"
+#include "app/window_text.h"
 #include "app/plot_widget.h"
 #include "app/status_panels.h"
 #include "common/picture_format.h"
@@ -17,8 +18,6 @@ namespace tavrix {
 
 namespace {
 
-constexpr const char* kLevelBoxPicture = "###0.000dB";
-QString Text(const std::string& text) { return QString::fromStdString(text); }
 
 }  // namespace
 
@@ -74,7 +73,7 @@ void frmMain::BuildEntryBoxes() {
   amplitude.CharacterSet = 1;
   amplitude.MaxLength = 8;
   amplitude.Initial = selected(
-      [&traces](size_t i, int t) { return Text(FormatPicture(traces.AmpPoints[i][t], kLevelBoxPicture)); });
+      [&traces](size_t i, int t) { return LevelText(traces.AmpPoints[i][t]); });
   amplitude.Check = [](const std::string& text) { return CheckAmplitudeEntry(text); };
   amplitude.Apply = [this, &traces](double level) {
     const TracePointRef p = NearestPoint(traces, 0, -level, 0, 1, navigation_.ActiveTrace);
@@ -113,15 +112,15 @@ EntryBox* frmMain::NewThresholdBox(QWidget* parent) {
   EntryBox::Behaviour threshold;
   threshold.CharacterSet = 1;
   threshold.MaxLength = 8;
-  threshold.Initial = [this] { return Text(FormatPicture(navigation_.Threshold, kLevelBoxPicture)); };
+  threshold.Initial = [this] { return LevelText(navigation_.Threshold); };
   threshold.Check = [](const std::string& text) { return CheckThresholdEntry(text); };
   threshold.Apply = [this](double level) {
     navigation_.Threshold = static_cast<float>(level);
-    txtThreshold_->setText(Text(FormatPicture(navigation_.Threshold, kLevelBoxPicture)));
+    txtThreshold_->setText(LevelText(navigation_.Threshold));
     UpdateView();
   };
   // Escape puts the threshold's own value back.
-  threshold.Escaped = [this] { txtThreshold_->setText(Text(FormatPicture(navigation_.Threshold, kLevelBoxPicture))); };
+  threshold.Escaped = [this] { txtThreshold_->setText(LevelText(navigation_.Threshold)); };
   auto* box = new EntryBox(threshold, parent);
   box->setObjectName("txtThreshold");
   box->setToolTip("Minimum Peak Threshold");

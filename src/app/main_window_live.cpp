@@ -10,6 +10,7 @@
 
 #include "app/command_table.h"
 #include "app/main_window.h"
+#include "app/window_text.h"
 #include "app/project_icons.h"
 #include "app/save_dialog.h"
 #include "app/status_panels.h"
@@ -23,7 +24,6 @@ namespace {
 
 constexpr int kCaptureBlinkMs = 400;
 
-QString Text(const std::string& text) { return QString::fromStdString(text); }
 
 }  // namespace
 
@@ -143,7 +143,7 @@ void frmMain::ExportDataSet(DataSet set) {
   const DataSetInfo& info = InfoOf(set);
   const SaveDialogSetup setup{info.DialogTitle, lastPath_, "*.TXT", "TXT", {"*.TXT (*.TXT)", "*.* (*)"}};
   const std::optional<QString> file =
-      options_.ChooseSaveFile ? options_.ChooseSaveFile(setup) : ShowSaveDialog(this, setup);
+      options_.ChooseSaveFile(setup);
   if (!file || file->isEmpty()) return;  // cancelled: nothing is written, nothing said
   const QFileInfo chosen(*file);
   if (chosen.absoluteDir().exists()) lastPath_ = chosen.absolutePath();

@@ -2,6 +2,7 @@
 // the recent list of the Communications menu, the dialogs that add, edit, remove and
 // choose units, and the time of each unit's last successful connection.
 #include <QAction>
+#include <QApplication>
 #include <QDateTime>
 
 #include "app/command_table.h"
@@ -97,12 +98,29 @@ void frmMain::ChooseDirectoryUnit() {
   ShowAcquisitionDisplay();
 }
 
+bool frmMain::IsConnectedUnit(const std::string& name) const {
+  return !outsideModem_ && SameName(name, currentModemName_) && cycle_->Connected();
+}
+
+void frmMain::DefaultDialogs() {
+  // The dialogs a test has not replaced are the real ones.
+  if (!options_.ChooseSaveFile)
+    options_.ChooseSaveFile = [this](const SaveDialogSetup& setup) { return ShowSaveDialog(this, setup); };
+  if (!options_.ChooseColor)
+    options_.ChooseColor = [this](const QString& title, const QColor& initial) {
+      return ShowColorDialog(this, title, initial);
+    };
+  if (!options_.EditModem)
+    options_.EditModem = [this](Modems& modems, const std::string& edited) {
+      const bool connected = edited != kNewModemMarker && IsConnectedUnit(edited);
+      frmModem dialog(modems, edited, connected, *notices_, QApplication::activeWindow());
+      dialog.exec();
+      return dialog.Outcome();
+    };
+}
+
 void frmMain::mnuCommAdd_Click() {
-  const StoreOutcome outcome = options_.EditModem ? options_.EditModem(modems_, kNewModemMarker) : [this] {
-    frmModem dialog(modems_, kNewModemMarker, false, *notices_, this);
-    dialog.exec();
-    return dialog.Outcome();
-  }();
+  const StoreOutcome outcome = options_.EditModem(modems_, kNewModemMarker);
   if (!outcome.Stored) return;
   UpdateModems();
   SaveDirectory();
@@ -113,10 +131,8 @@ void frmMain::mnuCommAdd_Click() {
 
 void frmMain::mnuCommManage_Click() {
   ModemSelectHooks hooks;
-  hooks.IsConnected = [this](const std::string& name) {
-    return !outsideModem_ && SameName(name, currentModemName_) && cycle_->Connected();
-  };
-  if (options_.EditModem) hooks.EditProperties = [this](const std::string& name) { return options_.EditModem(modems_, name); };
+  hooks.IsConnected = [this](const std::string& name) { return IsConnectedUnit(name); };
+  hooks.EditProperties = [this](const std::string& name) { return options_.EditModem(modems_, name); };
   frmModemSelect dialog(modems_, *notices_, hooks, this);
   connect(&dialog, &frmModemSelect::modemRenamed, this, [this](const QString& from, const QString& to) {
     OnModemRenamed(from.toStdString(), to.toStdString());

@@ -16,6 +16,7 @@
 #include "app/about_box.h"
 #include "app/command_table.h"
 #include "app/main_window.h"
+#include "app/window_text.h"
 #include "app/plot_widget.h"
 #include "app/save_dialog.h"
 #include "app/status_panels.h"
@@ -32,13 +33,7 @@ namespace {
 // then print a clear quarter of a millimetre wide, and text and traces stay vectors.
 constexpr int kPrintDotsPerInch = 96;
 
-std::optional<QColor> ShowColorDialog(QWidget* parent, const QString& title, const QColor& initial) {
-  const QColor chosen = QColorDialog::getColor(initial, parent, title);
-  if (!chosen.isValid()) return std::nullopt;  // cancelled
-  return chosen;
-}
 
-QString Text(const std::string& text) { return QString::fromStdString(text); }
 
 }  // namespace
 
@@ -64,6 +59,13 @@ void frmMain::ConnectOptionCommands() {
   // next press. Each only inverts its own check mark.
 }
 
+// The colour dialog: the chosen colour, or nothing when cancelled.
+std::optional<QColor> ShowColorDialog(QWidget* parent, const QString& title, const QColor& initial) {
+  const QColor chosen = QColorDialog::getColor(initial, parent, title);
+  if (!chosen.isValid()) return std::nullopt;  // cancelled
+  return chosen;
+}
+
 void frmMain::mnuOptionsPalette_Click(int index) {
   activePalette_ = index == kPrintingPalette ? kPrintingPalette : kViewingPalette;
   MenuEntry("mnuOptionsPalette0")->setChecked(activePalette_ == kViewingPalette);
@@ -80,7 +82,7 @@ void frmMain::PickColor(int palette, int field) {
   ColorRef& stored = palettes_[static_cast<size_t>(palette)][static_cast<size_t>(field)];
   const QString title = entry->DialogTitle;
   const std::optional<QColor> chosen =
-      options_.ChooseColor ? options_.ChooseColor(title, ToColor(stored)) : ShowColorDialog(this, title, ToColor(stored));
+      options_.ChooseColor(title, ToColor(stored));
   if (!chosen) return;  // cancelled: the colour stays
   stored = MakeColorRef(chosen->red(), chosen->green(), chosen->blue());
   // Only the palette in use is on the screen; the pointer and a pending placement stay.
@@ -100,7 +102,7 @@ void frmMain::mnuFileSaveView_Click() {
   const SaveDialogSetup setup{"Save View As", lastPath_, "spectrum.png", "png",
                               {"PNG Image (*.png)", "SVG Drawing (*.svg)"}, true};
   const std::optional<QString> file =
-      options_.ChooseSaveFile ? options_.ChooseSaveFile(setup) : ShowSaveDialog(this, setup);
+      options_.ChooseSaveFile(setup);
   if (!file || file->isEmpty()) return;
   QString path = *file;
   if (QFileInfo(path).suffix().isEmpty()) path += ".png";
@@ -139,7 +141,7 @@ PageFacts frmMain::PrintedPageFacts() const {
     shown << name;
   }
   facts.Settings << "Traces:  " + (shown.isEmpty() ? QString("none") : shown.join(", "))
-                 << "Minimum Peak Threshold:  " + Text(FormatPicture(navigation_.Threshold, "###0.000dB"))
+                 << "Minimum Peak Threshold:  " + LevelText(navigation_.Threshold)
                  << QString("Window Spectrum Trace:  %1").arg(MenuEntry("mnuOptionsWindow")->isChecked() ? "on" : "off");
   if (selection_.SelectedPoint != 0) {
     const SelectionReadout r = ReadSelection(traces, selection_, capture.FreqScale, capture.FreqFormat);

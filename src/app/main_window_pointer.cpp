@@ -13,6 +13,7 @@
 #include "app/command_table.h"
 #include "app/entry_box.h"
 #include "app/main_window.h"
+#include "app/window_text.h"
 #include "app/plot_widget.h"
 #include "app/pointer_images.h"
 #include "common/picture_format.h"
@@ -141,13 +142,13 @@ void frmMain::SelectPress(float x, float y) {
   timerCoord_->stop();
   picSpectrum_->CoordinateReadout()->hide();  // a selecting press shows it again
   if (modes_.PlacingThreshold) {
-    const EntryCheck check = CheckThresholdEntry(FormatPicture(-static_cast<double>(y), "###0.000dB"));
+    const EntryCheck check = CheckThresholdEntry(FormatPicture(-static_cast<double>(y), kLevelPicture));
     if (!check.InRange) {
       Notice(check.Message);  // the placement stays pending for a press within range
       return;
     }
     navigation_.Threshold = -y;
-    txtThreshold_->setText(QString::fromStdString(FormatPicture(navigation_.Threshold, "###0.000dB")));
+    txtThreshold_->setText(LevelText(navigation_.Threshold));
     modes_.PlacingThreshold = false;
     ShowModes();
     UpdateView();

@@ -13,6 +13,7 @@
 
 #include "app/entry_box.h"
 #include "app/main_window.h"
+#include "app/window_text.h"
 #include "common/picture_format.h"
 #include "store/settings_store.h"
 #include "view/window_layout.h"
@@ -92,7 +93,7 @@ void frmMain::ApplySettings(const ViewerSettings& s) {
   // The move mode's switch runs once, so that captions and tool tips match it.
   comboPeakPoint_Click(s.PointMoves == 0 ? 0 : 1);
   navigation_.Threshold = s.PeakThreshold;
-  txtThreshold_->setText(QString::fromStdString(FormatPicture(navigation_.Threshold, "###0.000dB")));
+  txtThreshold_->setText(LevelText(navigation_.Threshold));
   const std::array<bool, kTraceCount> shown = {s.CurrentTrace, s.LastTrace, s.VideoAverage, s.PeakHold};
   for (const TraceSwitch& sw : kTraceSwitches) {
     const bool on = shown[static_cast<size_t>(sw.Trace)];
@@ -103,7 +104,7 @@ void frmMain::ApplySettings(const ViewerSettings& s) {
 }
 
 void frmMain::ApplyGeometry(const StoredGeometry& stored) {
-  const double dpiX = logicalDpiX() > 0 ? logicalDpiX() : 96.0, dpiY = logicalDpiY() > 0 ? logicalDpiY() : 96.0;
+  const double dpiX = DpiOr96(logicalDpiX()), dpiY = DpiOr96(logicalDpiY());
   QRect wanted(PixelsOf(stored.Left, dpiX), PixelsOf(stored.Top, dpiY), PixelsOf(stored.Width, dpiX),
                PixelsOf(stored.Height, dpiY));
   const QSize minimum = MinimumPixels();
@@ -143,7 +144,7 @@ void frmMain::KeepNormalPlace() {
 }
 
 StoredGeometry frmMain::CurrentGeometry() const {
-  const double dpiX = logicalDpiX() > 0 ? logicalDpiX() : 96.0, dpiY = logicalDpiY() > 0 ? logicalDpiY() : 96.0;
+  const double dpiX = DpiOr96(logicalDpiX()), dpiY = DpiOr96(logicalDpiY());
   // The normal place and size, also while maximised or minimised; never stored minimised.
   const bool normal = !(isMaximized() || isMinimized() || isFullScreen());
   const QRect r = normal ? QRect(pos(), size()) : normalPlace_;
