@@ -209,41 +209,34 @@ class ModemsTest : public QObject {
 
   // A damaged file keeps every unit that can be read on its own through a load and a save;
   // the file is set aside when its text runs on, and what is written back reads cleanly.
-  void damagedDirectoryKept_data() {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<bool>("setAside");
-    QTest::addColumn<QString>("kept");
+  void damagedDirectoryKept() {
     const QByteArray units = "Modem1\\ModemName=U1\nModem1\\IP_Address=10.0.0.1\n"
                              "Modem2\\ModemName=U2\nModem2\\IP_Address=10.0.0.2\n";
-    QTest::newRow("negative count") << "[Tavrix%20Modems]\nModemCount=-5\nLastModem=U2\n" + units << false
-                                    << "U1=10.0.0.1#1; U2=10.0.0.2#2";
-    QTest::newRow("unreadable count") << "[Tavrix Modems]\nModemCount=two\nLastModem=U2\n" + units << false
-                                      << "U1=10.0.0.1#1; U2=10.0.0.2#2";
-    QTest::newRow("unclosed quote before the directory")
-        << "[Configuration]\nLastPath=\"/tmp/unterminated\n[Tavrix%20Modems]\nModemCount=2\nLastModem=U2\n" + units
-        << true << "U1=10.0.0.1#1; U2=10.0.0.2#2";
-    QTest::newRow("unclosed quote in a unit")
-        << "[Tavrix%20Modems]\nModemCount=2\nLastModem=U2\n" + QByteArray(units).replace("=U1", "=\"U1") << true
-        << "U2=10.0.0.2#1";
-  }
-  void damagedDirectoryKept() {
-    QFETCH(QByteArray, content);
-    QFETCH(bool, setAside);
-    QTemporaryDir folder;
-    const QString file = folder.filePath("settings.ini");
-    QFile written(file);
-    QVERIFY(written.open(QIODevice::WriteOnly) && written.write(content) == content.size());
-    written.close();
-    for (int round = 0; round < 2; ++round) {
-      SettingsStore store(file);
-      QCOMPARE(!store.SetAsideFile().isEmpty(), round == 0 && setAside);
-      const StoredDirectory stored = LoadModems(store);
-      QTEST(Describe(stored.Entries), "kept");
-      QCOMPARE(stored.LastModem, "U2");
-      QVERIFY(SaveModems(store, stored.Entries, stored.LastModem));
-      QCOMPARE(store.GetSetting("Tavrix Modems", "ModemCount", ""), std::to_string(stored.Entries.Count()));
+    const QString both = "U1=10.0.0.1#1; U2=10.0.0.2#2";
+    const struct { QByteArray content; bool setAside; QString kept; } rows[] = {
+        {"[Tavrix%20Modems]\nModemCount=-5\nLastModem=U2\n" + units, false, both},  // negative count
+        {"[Tavrix Modems]\nModemCount=two\nLastModem=U2\n" + units, false, both},    // unreadable count
+        {"[Configuration]\nLastPath=\"/tmp/unterminated\n[Tavrix%20Modems]\nModemCount=2\nLastModem=U2\n" + units,
+         true, both},  // an unclosed quote before the directory
+        {"[Tavrix%20Modems]\nModemCount=2\nLastModem=U2\n" + QByteArray(units).replace("=U1", "=\"U1"), true,
+         "U2=10.0.0.2#1"}};  // an unclosed quote in a unit
+    for (const auto& [content, setAside, kept] : rows) {
+      QTemporaryDir folder;
+      const QString file = folder.filePath("settings.ini");
+      QFile written(file);
+      QVERIFY(written.open(QIODevice::WriteOnly) && written.write(content) == content.size());
+      written.close();
+      for (int round = 0; round < 2; ++round) {
+        SettingsStore store(file);
+        QCOMPARE(!store.SetAsideFile().isEmpty(), round == 0 && setAside);
+        const StoredDirectory stored = LoadModems(store);
+        QCOMPARE(Describe(stored.Entries), kept);
+        QCOMPARE(stored.LastModem, "U2");
+        QVERIFY(SaveModems(store, stored.Entries, stored.LastModem));
+        QCOMPARE(store.GetSetting("Tavrix Modems", "ModemCount", ""), std::to_string(stored.Entries.Count()));
+      }
+      QCOMPARE(QFile::exists(file + ".bad"), setAside);
     }
-    QCOMPARE(QFile::exists(file + ".bad"), setAside);
   }
 
   void saveAndLoadAgain() {

@@ -122,27 +122,19 @@ class SettingsTest : public QObject {
              "gone 10.0.0.2 kept none");
   }
 
-  // What ReadBoolean, ReadInteger, ReadLong and ReadSingle give, "-" for nothing.
-  void textReaders_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("readings");
-    const auto row = [](const char* text, const char* readings) {
-      QTest::newRow(text) << QString(text) << QString(readings);
-    };
-    row("true", "1 - - -"), row("FALSE", "0 - - -"), row("yes", "- - - -");
-    row("0", "0 0 0 0"), row("-1", "1 -1 -1 -1"), row(" 12\t", "1 12 12 12"), row("+7", "1 7 7 7");
-    row("1e3", "1 1000 1000 1000"), row("3.6", "1 4 4 3.5999999");
-    row("2.5", "1 2 2 2.5"), row("-3.5", "1 -4 -4 -3.5");  // halves to even
-    row("-32769", "1 - -32769 -32769"), row("32767.5", "1 - 32768 32767.5"), row("70000", "1 - 70000 70000");
-    row("2147483648", "1 - - 2.14748365e+09"), row("1e39", "1 - - -");
-    for (const char* text : {"nan", "inf", "", "12abc", "1,5"}) row(text, "- - - -");
-  }
+  // What ReadBoolean, ReadInteger, ReadLong and ReadSingle give, "-" for nothing; halves round to even.
   void textReaders() {
-    QFETCH(QString, text);
-    const std::string t = text.toStdString();
-    const QStringList readings = {Shown(ReadBoolean(t)), Shown(ReadInteger(t)), Shown(ReadLong(t)),
-                                  Shown(ReadSingle(t))};
-    QTEST(readings.join(' '), "readings");
+    const std::pair<const char*, const char*> rows[] = {
+        {"true", "1 - - -"}, {"FALSE", "0 - - -"}, {"yes", "- - - -"}, {"0", "0 0 0 0"}, {"-1", "1 -1 -1 -1"},
+        {" 12\t", "1 12 12 12"}, {"+7", "1 7 7 7"}, {"1e3", "1 1000 1000 1000"}, {"3.6", "1 4 4 3.5999999"},
+        {"2.5", "1 2 2 2.5"}, {"-3.5", "1 -4 -4 -3.5"}, {"-32769", "1 - -32769 -32769"},
+        {"32767.5", "1 - 32768 32767.5"}, {"70000", "1 - 70000 70000"}, {"2147483648", "1 - - 2.14748365e+09"},
+        {"1e39", "1 - - -"}, {"nan", "- - - -"}, {"inf", "- - - -"}, {"", "- - - -"}, {"12abc", "- - - -"},
+        {"1,5", "- - - -"}};
+    for (const auto& [text, readings] : rows)
+      QCOMPARE(QStringList({Shown(ReadBoolean(text)), Shown(ReadInteger(text)), Shown(ReadLong(text)),
+                            Shown(ReadSingle(text))}).join(' ') + " for '" + text + "'",
+               QString(readings) + " for '" + text + "'");
   }
 
   // Written texts, and singles (9 significant digits) read back to the same bits.
@@ -163,63 +155,59 @@ class SettingsTest : public QObject {
   // No file, an empty one and hand-damaged ones, none with the palette sections: the readable
   // values stay (WindowTop 5, SnapToPoint False), the others take their defaults, and the
   // store writes a clean file afterwards. `left` NaN: nothing to keep, every default.
-  void damagedFiles_data() {
-    QTest::addColumn<QByteArray>("content");  // null: no file
-    QTest::addColumn<bool>("setAside");
-    QTest::addColumn<double>("left");
+  void damagedFiles() {
     const QByteArray window = "[WindowState]\nWindowTop=5\n", config = "[Configuration]\nSnapToPoint=False\n";
     QByteArray junk;
     for (uint32_t i = 0, x = 12345; i < 3000; ++i) junk.append(static_cast<char>((x = x * 1103515245 + 12345) >> 24));
-    QTest::newRow("first start") << QByteArray() << false << qQNaN();
-    QTest::newRow("empty file") << QByteArray("") << false << qQNaN();
-    QTest::newRow("unreadable values")
-        << window + "WindowState=7\nWindowLeft=abc\nWindowWidth=-5\nWindowHeight=nan\n" + config +
-               "CurrentPalette=2\nStopUpdates=maybe\nCursor1X=12abc\nPointMoves=x\nPeakThreshold=200\n"
-               "ColorPalette0\\BackGroundColor=16777216\nColorPalette1\\SpectrumColor=-5\n"
-        << false << 0.0;
-    QTest::newRow("huge geometry") << window + "WindowLeft=1e30\nWindowWidth=1e39\n" + config << false << double{1e30f};
-    QTest::newRow("invalid UTF-8") << window + "WindowLeft=5\xff\xfe\n" + config << false << 0.0;
-    QTest::newRow("NUL bytes") << window + QByteArray("\0\0\x01junk\0\n", 9) + config << true << 0.0;
-    QTest::newRow("open quote") << window + QByteArray("\0\nStray=\"open\n", 14) + config << true << 0.0;
-    QTest::newRow("binary garbage") << window + junk + "\n" + config << true << 0.0;
-    QTest::newRow("broken section line") << window + "[Configuration\nSnapToPoint=False\n" << true << 0.0;
-    QTest::newRow("section line naming nothing") << window + "[\nWindowLeft=3\nWindowTop=4\n" + config << true << 0.0;
-    QTest::newRow("unclosed quote") << window + "Stray=\"open\n" + config << true << 0.0;
-    QTest::newRow("quote in a comment") << window + "; a \"remark that never closes\n" + config << false << 0.0;
-    QTest::newRow("keys outside the table")
-        << "Stray=1\n" + window + "WindowLeft=@Invalid()\nStray=2\n[Junk]\nX=@Invalid()\n" + config << false << 0.0;
-    QTest::newRow("zeroed file") << QByteArray(4096, '\0') << true << qQNaN();
-  }
-  void damagedFiles() {
-    QFETCH(QByteArray, content);
-    QFETCH(bool, setAside);
-    QFETCH(double, left);
-    const QString bad = Path() + ".bad";
-    for (const auto& [name, bytes] : {std::pair{Path(), content}, std::pair{bad, QByteArray("older")}}) {
-      QFile file(name);
-      if (!bytes.isNull()) QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-    }
-    SettingsStore store(Path());
-    QCOMPARE(store.SetAsideFile(), setAside ? bad : QString());
-    QFile badFile(bad);
-    QVERIFY(badFile.open(QIODevice::ReadOnly));
-    QCOMPARE(badFile.readAll(), setAside ? content : QByteArray("older"));
+    const struct { QByteArray content; bool setAside; double left; } rows[] = {  // content null: no file
+        {QByteArray(), false, qQNaN()},  // first start
+        {QByteArray(""), false, qQNaN()},  // empty file
+        {window + "WindowState=7\nWindowLeft=abc\nWindowWidth=-5\nWindowHeight=nan\n" + config +  // unreadable values
+             "CurrentPalette=2\nStopUpdates=maybe\nCursor1X=12abc\nPointMoves=x\nPeakThreshold=200\n"
+             "ColorPalette0\\BackGroundColor=16777216\nColorPalette1\\SpectrumColor=-5\n",
+         false, 0.0},
+        {window + "WindowLeft=1e30\nWindowWidth=1e39\n" + config, false, double{1e30f}},  // huge geometry
+        {window + "WindowLeft=5\xff\xfe\n" + config, false, 0.0},  // invalid UTF-8
+        {window + QByteArray("\0\0\x01junk\0\n", 9) + config, true, 0.0},  // NUL bytes
+        {window + QByteArray("\0\nStray=\"open\n", 14) + config, true, 0.0},  // open quote
+        {window + junk + "\n" + config, true, 0.0},  // binary garbage
+        {window + "[Configuration\nSnapToPoint=False\n", true, 0.0},  // broken section line
+        {window + "[\nWindowLeft=3\nWindowTop=4\n" + config, true, 0.0},  // section line naming nothing
+        {window + "Stray=\"open\n" + config, true, 0.0},  // unclosed quote
+        {window + "; a \"remark that never closes\n" + config, false, 0.0},  // quote in a comment
+        {"Stray=1\n" + window + "WindowLeft=@Invalid()\nStray=2\n[Junk]\nX=@Invalid()\n" + config, false,
+         0.0},  // keys outside the table
+        {QByteArray(4096, '\0'), true, qQNaN()},  // zeroed file
+    };
+    for (const auto& [content, setAside, left] : rows) {
+      init();
+      const QString bad = Path() + ".bad";
+      for (const auto& [name, bytes] : {std::pair{Path(), content}, std::pair{bad, QByteArray("older")}}) {
+        QFile file(name);
+        if (!bytes.isNull()) QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+      }
+      SettingsStore store(Path());
+      QCOMPARE(store.SetAsideFile(), setAside ? bad : QString());
+      QFile badFile(bad);
+      QVERIFY(badFile.open(QIODevice::ReadOnly));
+      QCOMPARE(badFile.readAll(), setAside ? content : QByteArray("older"));
 
-    ViewerSettings expected = Defaults();
-    if (!qIsNaN(left)) expected.Window = {kWindowNormal, left, 5, 11910, 5760}, expected.SnapToPoint = false;
-    const ViewerSettings loaded = LoadViewerSettings(store, kHome);
-    QCOMPARE(Fields(loaded), Fields(expected));
-    SaveViewerSettings(store, loaded);
-    QVERIFY(store.Sync());
-    // Written back: the keys a clean file holds and nothing else, every one with a value.
-    const QString clean = dir_.filePath("clean.conf");
-    SaveViewerSettings(*std::make_unique<SettingsStore>(clean), Defaults());
-    QCOMPARE(QSettings(Path(), QSettings::IniFormat).allKeys(), QSettings(clean, QSettings::IniFormat).allKeys());
-    QFile written(Path());
-    QVERIFY(written.open(QIODevice::ReadOnly) && !written.readAll().contains("@Invalid"));
-    SettingsStore again(Path());
-    QVERIFY(again.SetAsideFile().isEmpty());
-    QCOMPARE(Fields(LoadViewerSettings(again, kHome)), Fields(expected));
+      ViewerSettings expected = Defaults();
+      if (!qIsNaN(left)) expected.Window = {kWindowNormal, left, 5, 11910, 5760}, expected.SnapToPoint = false;
+      const ViewerSettings loaded = LoadViewerSettings(store, kHome);
+      QCOMPARE(Fields(loaded), Fields(expected));
+      SaveViewerSettings(store, loaded);
+      QVERIFY(store.Sync());
+      // Written back: the keys a clean file holds and nothing else, every one with a value.
+      const QString clean = dir_.filePath("clean.conf");
+      SaveViewerSettings(*std::make_unique<SettingsStore>(clean), Defaults());
+      QCOMPARE(QSettings(Path(), QSettings::IniFormat).allKeys(), QSettings(clean, QSettings::IniFormat).allKeys());
+      QFile written(Path());
+      QVERIFY(written.open(QIODevice::ReadOnly) && !written.readAll().contains("@Invalid"));
+      SettingsStore again(Path());
+      QVERIFY(again.SetAsideFile().isEmpty());
+      QCOMPARE(Fields(LoadViewerSettings(again, kHome)), Fields(expected));
+    }
   }
 
   // A write that fails says why in the system's words and keeps the values; once the
