@@ -20,7 +20,7 @@ trap 'rm -rf "$work"' EXIT
 echo "$n acquisitions under AddressSanitizer/LeakSanitizer ..." >&2
 status=0
 ASAN_OPTIONS=detect_leaks=1:exitcode=23 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-  build/asan/tests/window_probe soak "$n" >"$work/asan.out" 2>"$work/asan.err" || status=$?
+  build/asan/bench/window_probe soak "$n" >"$work/asan.out" 2>"$work/asan.err" || status=$?
 if [[ $status -ne 0 && $status -ne 23 ]]; then
   echo "soak: the sanitizer run failed (status $status):" >&2
   tail -20 "$work/asan.err" >&2
@@ -31,7 +31,7 @@ leaks=${leaks:-0}
 [[ "$leaks" == 0 ]] || grep -A12 -m3 "^Direct leak\|^Indirect leak" "$work/asan.err" >&2 || true
 
 echo "$n acquisitions in the release build ..." >&2
-if ! build/release/tests/window_probe soak "$n" >"$work/release.out" 2>"$work/release.err"; then
+if ! build/release/bench/window_probe soak "$n" >"$work/release.out" 2>"$work/release.err"; then
   echo "soak: the release run failed:" >&2
   tail -20 "$work/release.err" >&2
   exit 1

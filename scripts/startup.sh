@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 bash scripts/setup.sh >/dev/null
 bash scripts/build.sh release >/dev/null
 export QT_QPA_PLATFORM=offscreen
-probe=build/release/tests/window_probe
+probe=build/release/bench/window_probe
 times=()
 for _ in 1 2 3 4 5; do
   times+=("$("$probe" startup 2>/dev/null | sed -n 's/^first frame \([0-9]*\) ms.*/\1/p')")
