@@ -1,31 +1,28 @@
 // The real window against the simulated unit from a fresh settings folder, with the
 // intervals compressed: the first connection by timerConnection, live captures with peak
-// hold and video average, every data set exported through the File menu and compared
-// with the command line's export of exactly the blocks the unit served, Stop, Single
-// Step, and a restart that brings everything back. Then the unit's faults, one row each:
-// the window survives them, says what the operator needs to know, and loses no setting.
+// hold and video average on the plot, the panels and the menus, every data set exported
+// through the File menu and compared with the command line's export of exactly the blocks
+// the unit served, Stop, Single Step, and a restart that brings everything back. Then the
+// unit's faults, one row each: the window survives them, says what the operator needs to
+// know, and loses no setting.
 #include <QAction>
+#include <QMenu>
 #include <QProcess>
-#include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QtTest>
 
-#include <memory>
-
-#include "app/main_window.h"
 #include "app/plot_widget.h"
-#include "app/status_panels.h"
+#include "app/version.h"
 #include "link/simulator_process.h"
 #include "store/settings_store.h"
-#include "test_support.h"
+#include "window_harness.h"
 
 using namespace tavrix;
 using namespace tavrix::testing;
 
 namespace {
 
-constexpr int kWaitMs = 20000;
-const QString kLostTitle = "Server Connection Lost";
+const std::string kLostTitle = "Server Connection Lost";
+using Polls = WindowHarness::Polls;
 
 // A settings folder holding one unit, "Rack 1" at `address`, used last with updates running.
 void WriteOneUnit(const QString& file, const std::string& address) {
@@ -37,36 +34,10 @@ void WriteOneUnit(const QString& file, const std::string& address) {
   QVERIFY(store.Sync());
 }
 
-// The window as an operator starts it, with every interval compressed and the boxes
-// answered from a script.
-struct Viewer {
-  explicit Viewer(const QString& settingsFile, MessageAnswer lostAnswer = MessageAnswer::Yes) : answer(lostAnswer) {
-    MainWindowOptions options;
-    options.SettingsFile = settingsFile;
-    options.Timing = {.pollMs = 150, .connectionMs = 50, .statusMs = 60000, .requestWaitMs = 20};
-    options.Limits.connectTimeoutMs = 2000;
-    options.Limits.transferTimeoutMs = 6000;
-    options.Limits.stallTimeoutMs = 1000;
-    options.Limits.releasePauseMs = 0;
-    options.Answerer = [this](const Question& q) {
-      questions << QString::fromStdString(q.Title);
-      return q.Buttons == MessageButtons::YesNo ? answer : MessageAnswer::Ok;
-    };
-    options.ChooseSaveFile = [this](const SaveDialogSetup&) { return chosen; };
-    w = std::make_unique<frmMain>(options);
-    QObject::connect(w.get(), &frmMain::captureShown, [this] { ++captures; });
-    w->show();
-  }
-  // Waits until `n` captures in all have been drawn.
-  bool WaitCaptures(int n) { return QTest::qWaitFor([&] { return captures >= n; }, kWaitMs); }
-  QString Status() const { return w->Panels()->Text("Status"); }
-
-  MessageAnswer answer;
-  QStringList questions;
-  std::optional<QString> chosen;
-  int captures = 0;
-  std::unique_ptr<frmMain> w;
-};
+QByteArray Contents(const QString& path) {
+  QFile file(path);
+  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+}
 
 // What `tavrix-spectrum export` writes for the blocks, with both trace options on.
 QByteArray CommandLineExport(const DataSetInfo& set, const QStringList& blocks, const QString& out) {
@@ -74,13 +45,7 @@ QByteArray CommandLineExport(const DataSetInfo& set, const QStringList& blocks, 
   command.start(TAVRIX_VIEWER, QStringList{"export", "--set", set.Name, "--peak-hold", "--video-average", "--out", out} +
                                    blocks);
   if (!command.waitForFinished(kWaitMs) || command.exitCode() != 0) return "export failed: " + command.readAllStandardError();
-  QFile file(out);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-}
-
-QByteArray Contents(const QString& path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  return Contents(out);
 }
 
 }  // namespace
@@ -97,21 +62,38 @@ class EndToEndTest : public QObject {
     WriteOneUnit(settings, sim.Address());
     ViewerSettings before;
     {
-      Viewer v(settings);
+      WindowHarness v(settings, Polls::Live);
       frmMain& w = *v.w;
       // Switched on before the first tick of timerConnection, so from the first capture.
       w.tbMain_ButtonClick("PeakHold");
       w.tbMain_ButtonClick("VideoAverage");
       // The third capture stops the updates while its tick is still under way, so the
-      // unit serves no fourth block.
+      // unit serves no fourth block; what the running window showed is kept.
+      QStringList running;
       QObject::connect(&w, &frmMain::captureShown, &w, [&] {
-        if (v.captures == 3) w.mnuCommStopGo_Click();
+        if (v.captures != 3) return;
+        running << v.Status() << w.MenuEntry("mnuCommStopGo")->text() << w.Button("StopGo")->toolTip()
+                << (w.Button("SingleStep")->isEnabled() ? "step" : "no step") << w.Panels()->Picture("Status");
+        w.mnuCommStopGo_Click();
       });
       QVERIFY(v.WaitCaptures(3));
       QTRY_VERIFY_WITH_TIMEOUT(!w.Cycle().TickInProgress(), kWaitMs);
       QCOMPARE(sim.Count("RETR spectrum:"), 3);
-      QVERIFY(w.Cycle().Stopped() && w.Button("SingleStep")->isEnabled());
+      QCOMPARE(running, QStringList({"Peak Hold Samples = 3 | Video Average Samples = 3", "&Stop Data Set Updates",
+                                     "Stop Updates", "no step", "Green"}));
+      QCOMPARE(w.windowTitle(), QString("Tavrix Spectrum Analyzer [Connected to Rack 1] - Version ") + kVersion);
+      // The unit's header: 70 MHz, rate exponent 3 (sample rate 62.5, scale 10).
+      QCOMPARE(v.Panel("CenterFreq") + " " + v.Panel("SampleRate"), QString("7.00000KHz 0.3125KHz"));
+      QCOMPARE(w.Button("PeakHold")->toolTip(), QString("Peak Hold Trace [3]"));
+      QCOMPARE(w.findChild<QAction*>("mnuViewFB9")->text(), QString("2.5000MHz Span"));
+      QCOMPARE(w.DropDown("FSpan")->actions().at(9)->text(), QString("2.5000MHz Span"));
+      QCOMPARE(w.Live().View.Scale.ScaleLeft, w.Live().State.Capture.FreqLow);
+      QCOMPARE(w.Plot()->Frame().pixel(1, 1), qRgb(0, 0, 0));
+      // Halted: the face offers Start and a single step, the status notice has its timer.
       QCOMPARE(v.Status(), QString("Tavrix communication has been halted!"));
+      QVERIFY(w.Cycle().Stopped() && w.Cycle().StatusTimerEnabled());
+      QVERIFY(w.Button("StopGo")->isChecked() && w.Button("SingleStep")->isEnabled());
+      QCOMPARE(w.Button("StopGo")->toolTip(), QString("Start Updates"));
       QCOMPARE(w.Live().State.Traces.PeakHoldCount, 3);
       QCOMPARE(w.Live().State.Traces.VideoAverageCount, 3);
 
@@ -119,33 +101,31 @@ class EndToEndTest : public QObject {
       for (int n = 1; n <= 3; ++n) {
         blocks << folder.filePath(QString("served_%1.bin").arg(n));
         QFile block(blocks.last());
-        QVERIFY(block.open(QIODevice::WriteOnly));
-        block.write(QByteArray::fromStdString(sim.ServedBlock(n)));
+        QVERIFY(block.open(QIODevice::WriteOnly) && block.write(QByteArray::fromStdString(sim.ServedBlock(n))) > 0);
       }
       for (const DataSetInfo& set : kDataSets) {
         v.chosen = folder.filePath(QString(set.Name) + ".TXT");
         w.MenuEntry(set.Command)->trigger();
         const QByteArray exported = Contents(*v.chosen);
-        QVERIFY2(!exported.isEmpty(), set.Name);
-        QVERIFY2(exported == CommandLineExport(set, blocks, folder.filePath(QString(set.Name) + ".cli")), set.Name);
+        QVERIFY2(!exported.isEmpty() && exported == CommandLineExport(set, blocks, folder.filePath(QString(set.Name) + ".cli")), set.Name);
       }
 
-      // One more capture by Single Step, and updates stay stopped.
+      // One more capture by Single Step, and updates stay stopped, the lamp the halted one.
       w.tbMain_ButtonClick("SingleStep");
       QVERIFY(v.WaitCaptures(4));
       QTRY_VERIFY_WITH_TIMEOUT(!w.Cycle().TickInProgress(), kWaitMs);
       QTest::qWait(500);  // three poll intervals: nothing more arrives
       QCOMPARE(v.captures, 4);
-      QVERIFY(w.Cycle().Stopped());
-      QVERIFY(v.questions.isEmpty());
+      QVERIFY(w.Cycle().Stopped() && !w.Cycle().PollEnabled());
+      QCOMPARE(w.Panels()->Picture("Status"), QString("Red"));
+      QVERIFY(v.questions.empty());
       before = w.CurrentSettings();
       w.MenuEntry("mnuFileExit")->trigger();
     }
     // Restarted: every setting is back, the unit connected, and updates stay stopped as
     // they were at the close.
-    Viewer again(settings);
-    QSignalSpy connected(&again.w->Cycle(), &AcquisitionCycle::connectFinished);
-    QVERIFY(connected.wait(kWaitMs) && connected.first().first().toBool());
+    WindowHarness again(settings, Polls::Live);
+    QVERIFY(again.WaitConnected());
     QVERIFY(again.w->CurrentSettings() == before);
     QVERIFY(again.w->Cycle().Stopped() && again.w->Button("PeakHold")->isChecked());
     QVERIFY(again.w->windowTitle().startsWith("Tavrix Spectrum Analyzer [Connected to Rack 1] - Version "));
@@ -170,7 +150,6 @@ class EndToEndTest : public QObject {
     QTest::newRow("capture refused") << QStringList{"--reject-capture"} << "" << yes << 0 << true << "";
     QTest::newRow("no SIZE") << QStringList{"--no-size"} << "" << yes << 3 << true << "";
   }
-
   void faultsAreSurvived() {
     QFETCH(QStringList, options);
     QFETCH(QString, fault);
@@ -183,7 +162,8 @@ class EndToEndTest : public QObject {
     QTemporaryDir folder;
     const QString settings = folder.filePath("settings.conf");
     WriteOneUnit(settings, sim.Address());
-    Viewer v(settings, static_cast<MessageAnswer>(answer));
+    WindowHarness v(settings, Polls::Live);
+    v.answer = static_cast<MessageAnswer>(answer);
     frmMain& w = *v.w;
     w.tbMain_ButtonClick("PeakHold");
     const ViewerSettings before = w.CurrentSettings();
@@ -199,7 +179,7 @@ class EndToEndTest : public QObject {
     if (fault.startsWith("kill")) {
       QVERIFY(v.WaitCaptures(1));
       sim.Kill();
-      QTRY_VERIFY_WITH_TIMEOUT(v.questions.contains(kLostTitle), kWaitMs);
+      QTRY_VERIFY_WITH_TIMEOUT(v.Asked(kLostTitle) > 0, kWaitMs);
       if (fault.endsWith("restart")) {
         // "Yes": every tick tries the unit again; once it is back, captures come again.
         QTRY_VERIFY_WITH_TIMEOUT(w.Cycle().Reconnecting(), kWaitMs);
@@ -211,18 +191,17 @@ class EndToEndTest : public QObject {
     if (captures == 0) QTest::qWait(1500);  // ten poll intervals
     QTRY_COMPARE_WITH_TIMEOUT(w.Cycle().Stopped(), !running, kWaitMs);
     if (!status.isEmpty()) QCOMPARE(v.Status(), status);
-    QCOMPARE(v.questions.count(kLostTitle), fault.startsWith("kill") ? 1 : 0);
+    QCOMPARE(v.Asked(kLostTitle), fault.startsWith("kill") ? 1 : 0);
     QTRY_VERIFY_WITH_TIMEOUT(paints >= 10, kWaitMs);
     QVERIFY(w.Live().State.Traces.PeakHoldCount >= std::min(captures, 1));
     QVERIFY(w.Cycle().State().RawBlock.size() <= (1u << 20));  // a read is capped, whatever the unit sends
-    const int served = sim.Count("RETR spectrum:");
-    if (captures == 0) QCOMPARE(served, 0);
+    if (captures == 0) QCOMPARE(sim.Count("RETR spectrum:"), 0);
 
     // Closing and starting again loses nothing.
     beat.stop();
     w.close();
     v.w.reset();
-    Viewer again(settings);
+    WindowHarness again(settings, Polls::Live);
     QVERIFY(again.w->CurrentSettings() == before);
     QCOMPARE(again.w->Directory().Count(), 1);
   }

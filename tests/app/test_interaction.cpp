@@ -7,34 +7,23 @@
 #include <QMenu>
 #include <QScrollBar>
 #include <QTextDocument>
-#include <QtTest>
 
-#include <memory>
 #include <tuple>
 
 #include "app/command_table.h"
 #include "app/entry_box.h"
-#include "app/main_window.h"
 #include "app/plot_widget.h"
-#include "app/status_panels.h"
-#include "test_support.h"
 #include "view/window_layout.h"
+#include "window_harness.h"
 
 using namespace tavrix;
 using namespace tavrix::testing;
 
 namespace {
 
-struct Window {
-  Window() {
-    MainWindowOptions options;
-    options.Answerer = [](const Question&) { return MessageAnswer::Ok; };
-    w = std::make_unique<frmMain>(options);
-    w->resize(1000, 640);
-    w->show();
-    QVERIFY(QTest::qWaitForWindowExposed(w.get()));
-    w->ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
-  }
+// The window shown with the noise block, and points of its plot by the view's measure.
+struct Window : WindowHarness {
+  Window() { ShowNoise(); }
   PlotWidget* Plot() const { return w->Plot(); }
   ViewWindow& View() const { return w->Live().View; }
   QPoint At(double x, double y) const { return Plot()->ToPixel(x, y).toPoint(); }
@@ -49,8 +38,6 @@ struct Window {
     QApplication::sendEvent(Plot(), &move);
     QTest::mouseRelease(Plot(), button, {}, to);
   }
-  QString Status() const { return w->Panels()->Text("Status"); }
-  std::unique_ptr<frmMain> w;
 };
 
 bool Near(double a, double b, double tolerance) { return std::fabs(a - b) <= tolerance; }
@@ -88,7 +75,7 @@ class InteractionTest : public QObject {
     QCOMPARE(h.w->Button("Pan")->isChecked(), modeAfter == kPanMode);
   }
 
-  void statusBarFollowsTheWindowWidth() {
+  void statusBarAndScrollBarsFollowTheWindow() {
     Window f;
     // Wider, then narrower, then the narrowest: the panels always end inside the window.
     for (const int width : {1500, 1000, f.w->MinimumPixels().width()}) {
@@ -101,12 +88,9 @@ class InteractionTest : public QObject {
         QVERIFY2(right <= width, key);
       }
     }
-  }
-
-  void scrollArrowsStopAtTheEnds() {
-    Window f;
+    // The scroll arrows: up until the thumb is at the top, then a few more clicks of the
+    // disabled arrow, which change nothing.
     QScrollBar* bar = f.w->VScroll();
-    // Up until the thumb is at the top, then a few more clicks of the disabled arrow.
     for (int i = 0; i < 2000 && bar->value() > bar->minimum(); ++i) bar->triggerAction(QAbstractSlider::SliderPageStepSub);
     QCOMPARE(bar->value(), bar->minimum());
     const ViewScale atTop = f.View().Scale;
@@ -152,25 +136,16 @@ class InteractionTest : public QObject {
     QVERIFY(!readout->isVisible());
   }
 
-  // What a tool tip shows, as Qt decides between plain and rich text.
-  static QString Shown(const QString& tip) {
-    if (!Qt::mightBeRichText(tip)) return tip;
-    QTextDocument document;
-    document.setHtml(tip);
-    return document.toPlainText();
-  }
-  void unitTextsLookingLikeMarkupShowAsTheyStand_data() {
-    QTest::addColumn<QString>("text");
-    QTest::newRow("bold") << "<b>X</b>";
-    QTest::newRow("colour") << "Rack <font color=red>7</font>";
-    QTest::newRow("image") << "<img src=\"/tmp/x.png\">";
-    QTest::newRow("entity and ampersand") << "R&amp;D & Ops";
-  }
   void unitTextsLookingLikeMarkupShowAsTheyStand() {
-    QFETCH(QString, text);
     Window h;
-    h.w->Panels()->SetText("Status", "Attempting connection to " + text + "...");
-    QCOMPARE(Shown(h.w->Panels()->Panel("Status")->toolTip()), "Attempting connection to " + text + "...");
+    for (const QString text : {"<b>X</b>", "Rack <font color=red>7</font>", "<img src=\"/tmp/x.png\">", "R&amp;D & Ops"}) {
+      h.w->Panels()->SetText("Status", "Attempting connection to " + text + "...");
+      // What the tool tip shows, as Qt decides between plain and rich text.
+      const QString tip = h.w->Panels()->Panel("Status")->toolTip();
+      QTextDocument shown;
+      shown.setHtml(tip);
+      QCOMPARE(Qt::mightBeRichText(tip) ? shown.toPlainText() : tip, "Attempting connection to " + text + "...");
+    }
   }
 
   void clicksInTheModes() {

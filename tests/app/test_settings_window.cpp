@@ -4,72 +4,26 @@
 // simulated unit with the title, the recent menu and the acquisition following.
 #include <QAction>
 #include <QClipboard>
-#include <QFile>
 #include <QFileSystemWatcher>
 #include <QMimeData>
 #include <QPrinter>
-#include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QtTest>
-
-#include <memory>
 
 #include "app/entry_box.h"
-#include "app/main_window.h"
 #include "app/plot_widget.h"
-#include "app/status_panels.h"
 #include "app/version.h"
-#include "link/recording_notices.h"
 #include "link/simulator_process.h"
 #include "store/settings_store.h"
-#include "test_support.h"
+#include "window_harness.h"
 
 using namespace tavrix;
 using namespace tavrix::testing;
 
 namespace {
 
-constexpr int kWaitMs = 15000;
+using Viewer = WindowHarness;
 
-struct Viewer {
-  explicit Viewer(const QString& settingsFile, const std::function<void(MainWindowOptions&)>& adjust = {}) {
-    options.SettingsFile = settingsFile;
-    options.Timing.pollMs = 600000;
-    options.Timing.connectionMs = 0;
-    options.Timing.requestWaitMs = 20;
-    options.Limits.connectTimeoutMs = 2000;
-    options.Limits.releasePauseMs = 0;
-    options.Answerer = [this](const Question& q) {
-      questions.push_back(q);
-      return MessageAnswer::Ok;
-    };
-    options.ChooseColor = [this](const QString& title, const QColor&) {
-      titles << title;
-      return color;
-    };
-    options.ChooseSaveFile = [this](const SaveDialogSetup&) { return chosen; };
-    options.EditModem = [this](Modems& modems, const std::string& edited) {
-      RecordingNotices notices;
-      return StoreModem(modems, edited, name, address, QDateTime::currentDateTime(), notices);
-    };
-    if (adjust) adjust(options);
-    w = std::make_unique<frmMain>(options);
-  }
-  bool WaitConnected() {
-    QSignalSpy done(&w->Cycle(), &AcquisitionCycle::connectFinished);
-    return done.wait(kWaitMs) && done.last().first().toBool();
-  }
-  bool AskedTitled(const std::string& title) const {
-    return std::any_of(questions.begin(), questions.end(), [&](const Question& q) { return q.Title == title; });
-  }
-  MainWindowOptions options;
-  std::vector<Question> questions;
-  QStringList titles;
-  std::optional<QColor> color;
-  std::optional<QString> chosen;
-  std::string name, address;
-  std::unique_ptr<frmMain> w;
-};
+ViewerSettings Written(const QString& file) { return LoadViewerSettings(SettingsStore(file), QDir::homePath().toStdString()); }
 
 }  // namespace
 
@@ -127,8 +81,7 @@ class SettingsWindowTest : public QObject {
       QVERIFY(before.Cursors[0].Placed() && before.CursorDisplay && before.PeakThreshold == -42.5f);
       QVERIFY(!before.CurrentTrace && before.PeakHold && before.LastTrace && before.PointMoves == 0);
       // Were the viewer to crash now, the changes are already on the disk.
-      const auto written = [&] { return LoadViewerSettings(SettingsStore(file), QDir::homePath().toStdString()); };
-      QTRY_VERIFY_WITH_TIMEOUT(written() == before, kWaitMs);
+      QTRY_VERIFY_WITH_TIMEOUT(Written(file) == before, kWaitMs);
       w.close();
     }
     Viewer again(file);
@@ -138,112 +91,72 @@ class SettingsWindowTest : public QObject {
     QCOMPARE(again.w->Entry("txtThreshold")->text(), QString("-42.500dB"));
   }
 
-  void aDamagedFileKeepsWhatCanBeRead() {
-    QTemporaryDir folder;
-    const QString file = folder.filePath("settings.conf");
-    QFile damaged(file);
-    QVERIFY(damaged.open(QIODevice::WriteOnly));
-    damaged.write("[WindowState]\nWindowWidth=wide\nWindowHeight=1e30\nWindowLeft=-9e29\n"
-                  "[Configuration]\nPeakThreshold=-30\nCurrentPalette=7\nPeakHold=maybe\nVideoAverage=True\n"
-                  "[Configuration/ColorPalette0]\nBackGroundColor=16777216\nSpectrumColor=255\n"
-                  "[Tavrix%20Modems]\nModemCount=many\n");
-    damaged.write(QByteArray("\x00\xff\xfe garbage \x01\x02\n", 16));
-    damaged.close();
-    Viewer v(file);
-    const ViewerSettings s = v.w->CurrentSettings();
-    QCOMPARE(s.PeakThreshold, -30.0f);
-    QVERIFY(s.VideoAverage && !s.PeakHold && s.CurrentPalette == 0);
-    QCOMPARE(s.Palettes[0][kBackgroundColor], kDefaultPalettes[0][kBackgroundColor]);
-    QCOMPARE(s.Palettes[0][kSpectrumColor], ColorRef{255});
-    QVERIFY(v.w->width() >= v.w->MinimumPixels().width() && v.w->Directory().Count() == 0);
-    // Huge and far-off geometry ends on the screen, no larger than it.
-    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
-    QVERIFY(screen.intersects(v.w->geometry()) && v.w->height() <= screen.height());
-    // The operator is told where the unreadable file went.
-    QTRY_VERIFY(v.AskedTitled("Tavrix Spectrum Analyzer"));
-    QVERIFY(QString::fromStdString(v.questions.back().Text).contains("settings.conf.bad"));
-    v.w->close();
-    QVERIFY(LoadViewerSettings(SettingsStore(file), QDir::homePath().toStdString()) == s);
-  }
-
-  // Damaged files that lost settings or units before: every good value and unit survives a
-  // start and a close, what was repaired is told, and nothing invalid is written back.
-  void damagedFilesKeepTheUnits_data() {
+  // Damaged files: every good value and unit survives a start and a close, far-off or huge
+  // geometry ends on the screen, what was repaired is told, and nothing invalid is written
+  // back. Each row also holds a palette with one good colour and one out of range.
+  void damagedFilesKeepWhatCanBeRead_data() {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<bool>("setAside");
     QTest::addColumn<QString>("told");
+    QTest::addColumn<int>("units");
+    const QByteArray good = "PeakThreshold=-30\nVideoAverage=True\n";
     const QByteArray units = "Modem1\\ModemName=Rack A\nModem1\\IP_Address=127.0.0.1:1\n"
                              "Modem2\\ModemName=Rack B\nModem2\\IP_Address=10.1.1.2\n";
+    QTest::newRow("values of the wrong kind and bytes that are no text")
+        << "[WindowState]\nWindowWidth=wide\nWindowHeight=1e30\nWindowLeft=-9e29\n[Configuration]\n" + good +
+               "CurrentPalette=7\nPeakHold=maybe\n[Tavrix%20Modems]\nModemCount=many\n" +
+               QByteArray("\x00\xff\xfe garbage \x01\x02\n", 16)
+        << true << "settings.conf.bad" << 0;
     QTest::newRow("a section line naming nothing")
-        << "[Configuration]\nPeakThreshold=-30\n[\nWindowLeft=12\nWindowTop=x\n[Tavrix%20Modems]\nModemCount=2\n" + units
-        << true << "settings.conf.bad";
-    QTest::newRow("a negative unit count") << "[Configuration]\nPeakThreshold=-30\n[Tavrix%20Modems]\nModemCount=-5\n" + units
-                                           << false << "repaired";
+        << "[Configuration]\n" + good + "[\nWindowLeft=12\nWindowTop=x\n[Tavrix%20Modems]\nModemCount=2\n" + units << true
+        << "settings.conf.bad" << 2;
+    QTest::newRow("a negative unit count") << "[Configuration]\n" + good + "[Tavrix%20Modems]\nModemCount=-5\n" + units
+                                           << false << "repaired" << 2;
     QTest::newRow("a quote that never closes")
-        << "[Configuration]\nLastPath=\"/tmp/unterminated\nPeakThreshold=-30\n[Tavrix%20Modems]\nModemCount=2\n" + units
-        << true << "settings.conf.bad";
+        << "[Configuration]\nLastPath=\"/tmp/unterminated\n" + good + "[Tavrix%20Modems]\nModemCount=2\n" + units << true
+        << "settings.conf.bad" << 2;
   }
-  void damagedFilesKeepTheUnits() {
+  void damagedFilesKeepWhatCanBeRead() {
     QFETCH(QByteArray, content);
     QFETCH(bool, setAside);
     QFETCH(QString, told);
+    QFETCH(int, units);
     QTemporaryDir folder;
     const QString file = folder.filePath("settings.conf");
+    content.prepend("[Configuration/ColorPalette0]\nBackGroundColor=16777216\nSpectrumColor=255\n");
     QFile damaged(file);
     QVERIFY(damaged.open(QIODevice::WriteOnly) && damaged.write(content) == content.size());
     damaged.close();
+    ViewerSettings s;
     {
       Viewer v(file);
-      QCOMPARE(v.w->Directory().Count(), 2);
-      QCOMPARE(v.w->CurrentSettings().PeakThreshold, -30.0f);
-      QTRY_VERIFY(v.AskedTitled("Tavrix Spectrum Analyzer"));
+      s = v.w->CurrentSettings();
+      QVERIFY(s.PeakThreshold == -30.0f && s.VideoAverage && !s.PeakHold && s.CurrentPalette == 0);
+      QCOMPARE(s.Palettes[0][kBackgroundColor], kDefaultPalettes[0][kBackgroundColor]);
+      QCOMPARE(s.Palettes[0][kSpectrumColor], ColorRef{255});
+      QCOMPARE(v.w->Directory().Count(), units);
+      const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+      QVERIFY(screen.intersects(v.w->geometry()) && v.w->height() <= screen.height());
+      QVERIFY(v.w->width() >= v.w->MinimumPixels().width());
+      QTRY_VERIFY(v.Asked("Tavrix Spectrum Analyzer"));
       QVERIFY(QString::fromStdString(v.questions.back().Text).contains(told));
       v.w->close();
     }
     QCOMPARE(QFile::exists(file + ".bad"), setAside);
+    QVERIFY(Written(file) == s);
     QFile written(file);
     QVERIFY(written.open(QIODevice::ReadOnly));
     const QByteArray text = written.readAll();
     QVERIFY(!text.contains("@Invalid") && !text.contains("unterminated\n"));
     Viewer again(file);
-    QCOMPARE(again.w->Directory().Count(), 2);
-    QCOMPARE(again.w->Directory().Item("Rack B")->IP_Address, std::string("10.1.1.2"));
-    QCOMPARE(again.w->CurrentSettings().PeakThreshold, -30.0f);
+    QCOMPARE(again.w->Directory().Count(), units);
+    QVERIFY(units == 0 || again.w->Directory().Item("Rack B")->IP_Address == "10.1.1.2");
   }
 
-  void palettesRedrawOnlyWhatIsShown() {
+  void palettesAndTheViewOnClipboardFilesAndPaper() {
     QTemporaryDir folder;
     Viewer v(folder.filePath("settings.conf"));
     frmMain& w = *v.w;
-    w.ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
-    const QImage shown = w.Plot()->Frame();
-    v.color = QColor(200, 0, 0);
-    w.PickColor(1, kBackgroundColor);  // the printing palette is not on the screen
-    QCOMPARE(w.Plot()->Frame(), shown);
-    v.color.reset();  // cancelled
-    w.PickColor(0, kBackgroundColor);
-    QCOMPARE(w.Palettes()[0][kBackgroundColor], kDefaultPalettes[0][kBackgroundColor]);
-    v.color = QColor(0, 0, 90);
-    w.PickColor(0, kBackgroundColor);
-    QCOMPARE(w.Plot()->Frame().pixelColor(2, 2), QColor(0, 0, 90));
-    QCOMPARE(v.titles, QStringList({"Select Analyzer Background Color", "Select Analyzer Background Color",
-                                    "Select Analyzer Background Color"}));
-    v.color = QColor(1, 2, 3);
-    w.PickColor(0, kThresholdColor);
-    QCOMPARE(v.titles.last(), QString("Select Minumum Peak Threshold Color"));
-
-    QApplication::clipboard()->setText("held before");
-    w.mnuViewCopy_Click();
-    const QMimeData* held = QApplication::clipboard()->mimeData();
-    QVERIFY(held->hasImage() && !held->hasText());
-    QCOMPARE(qvariant_cast<QImage>(held->imageData()).size(), w.Plot()->Frame().size());
-  }
-
-  void theViewGoesToFilesAndPaper() {
-    QTemporaryDir folder;
-    Viewer v(folder.filePath("settings.conf"));
-    frmMain& w = *v.w;
-    w.resize(1000, 640);
     w.ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
     for (const char* name : {"view.png", "view.svg"}) {
       v.chosen = folder.filePath(name);
@@ -254,8 +167,7 @@ class SettingsWindowTest : public QObject {
       QVERIFY(QString(name).endsWith("png") ? head.startsWith("\x89PNG") : head.contains("<svg"));
     }
     // The printing palette: a white page around the traces.
-    QImage png(folder.filePath("view.png"));
-    QCOMPARE(png.pixelColor(1, 1), QColor(Qt::white));
+    QCOMPARE(QImage(folder.filePath("view.png")).pixelColor(1, 1), QColor(Qt::white));
     // A folder that is not there: one message, nothing written.
     v.chosen = folder.filePath("missing/view.png");
     w.mnuFileSaveView_Click();
@@ -268,6 +180,28 @@ class SettingsWindowTest : public QObject {
     w.PrintView(printer);
     QFile pdf(folder.filePath("page.pdf"));
     QVERIFY(pdf.open(QIODevice::ReadOnly) && pdf.read(5) == "%PDF-" && pdf.size() > 2000);
+
+    // Only a palette on the screen redraws it.
+    const QImage shown = w.Plot()->Frame();
+    v.color = QColor(200, 0, 0);
+    w.PickColor(1, kBackgroundColor);  // the printing palette is not on the screen
+    QCOMPARE(w.Plot()->Frame(), shown);
+    v.color.reset();  // cancelled
+    w.PickColor(0, kBackgroundColor);
+    QCOMPARE(w.Palettes()[0][kBackgroundColor], kDefaultPalettes[0][kBackgroundColor]);
+    v.color = QColor(0, 0, 90);
+    w.PickColor(0, kBackgroundColor);
+    QCOMPARE(w.Plot()->Frame().pixelColor(2, 2), QColor(0, 0, 90));
+    QCOMPARE(v.colorTitles, QStringList(3, "Select Analyzer Background Color"));
+    v.color = QColor(1, 2, 3);
+    w.PickColor(0, kThresholdColor);
+    QCOMPARE(v.colorTitles.last(), QString("Select Minumum Peak Threshold Color"));
+
+    QApplication::clipboard()->setText("held before");
+    w.mnuViewCopy_Click();
+    const QMimeData* held = QApplication::clipboard()->mimeData();
+    QVERIFY(held->hasImage() && !held->hasText());
+    QCOMPARE(qvariant_cast<QImage>(held->imageData()).size(), w.Plot()->Frame().size());
   }
 
   void unitsAddedAndChosenAreFollowed() {
@@ -284,10 +218,8 @@ class SettingsWindowTest : public QObject {
       QVERIFY(v.WaitConnected());
       QCOMPARE(w.windowTitle(), QString("Tavrix Spectrum Analyzer [Connected to Rack 1] - Version ") + kVersion);
       QVERIFY(w.Directory().Item("Rack 1")->LastComm.secsTo(QDateTime::currentDateTime()) < 5);
-      QSignalSpy captured(&w, &frmMain::captureShown);
       w.tbMain_ButtonClick("PeakHold");
-      w.Cycle().timerPoll_Timer();
-      QVERIFY(captured.wait(kWaitMs));
+      QVERIFY(v.Capture());
       QTest::qWait(1100);  // Rack 2, added next, is heard from later than Rack 1
       v.name = "Rack 2";
       v.address = "127.0.0.1:1";
@@ -295,7 +227,7 @@ class SettingsWindowTest : public QObject {
       QCOMPARE(w.CurrentModemName(), std::string("Rack 1"));
       w.ChooseModem("Rack 2");
       QVERIFY(!v.WaitConnected());
-      QVERIFY(v.AskedTitled("Cannot Connect To Server"));
+      QVERIFY(v.Asked("Cannot Connect To Server"));
       // Nothing of Rack 1 is left under Rack 2's name.
       QVERIFY(!w.Live().State.Traces.DataValid && w.Live().State.Traces.PeakHoldCount == 0);
       QVERIFY(w.Panels()->Text("CenterFreq").isEmpty() && w.Panels()->Text("CurPoint").isEmpty());
@@ -334,7 +266,7 @@ class SettingsWindowTest : public QObject {
     QVERIFY(sim.Started());
     QTemporaryDir folder;
     const QString file = folder.filePath("settings.conf");
-    Viewer v(file, [&](MainWindowOptions& o) { o.LastCommWriteMs = intervalMs; });
+    Viewer v(file, Viewer::Polls::ByTest, [&](MainWindowOptions& o) { o.LastCommWriteMs = intervalMs; });
     v.name = "Rack 1";
     v.address = sim.Address();
     v.w->mnuCommAdd_Click();
@@ -345,9 +277,7 @@ class SettingsWindowTest : public QObject {
     QSignalSpy writes(&watcher, &QFileSystemWatcher::directoryChanged);
     for (int i = 0; i < 3; ++i) {
       QTest::qWait(intervalMs == 0 ? 1100 : 0);  // the stored time has whole seconds
-      QSignalSpy ended(&v.w->Cycle(), &AcquisitionCycle::tickFinished);
-      v.w->Cycle().timerPoll_Timer();
-      QVERIFY(ended.wait(kWaitMs));
+      QVERIFY(v.Capture());
     }
     QTest::qWait(300);
     QCOMPARE(writes.size() > 0, rewritten);
