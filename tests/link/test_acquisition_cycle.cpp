@@ -21,6 +21,7 @@ using namespace tavrix::testing;
 namespace {
 
 constexpr int kWaitMs = 15000;  // an upper bound for one step chain, never reached when all is well
+const std::string kAttempting = "Attempting connection to Sim (<Ctrl>S to Abort)...";
 
 // A cycle wired to a recorder, talking to the unit "Sim" at `address` (none when empty).
 struct Harness {
@@ -32,23 +33,27 @@ struct Harness {
     auto keep = [this](const std::string& block) { blocks.push_back(block); return uint16_t(0); };
     cycle = std::make_unique<AcquisitionCycle>(notices, [this] { return modem; }, keep, timing, limits);
   }
-  // The first connection, as at start-up; false when it failed or never finished.
-  bool ConnectFirst() {
-    QSignalSpy done(cycle.get(), &AcquisitionCycle::connectFinished);
-    cycle->timerConnection_Timer();
-    return done.wait(kWaitMs) && done.first().first().toBool();
+  // Runs one step chain (the first connection, a poll, a single step or a Stop/Go click)
+  // and waits for it to end; the connection's result, or true for a tick.
+  template <typename Signal>
+  bool Run(void (AcquisitionCycle::*start)(), Signal finished) {
+    QSignalSpy done(cycle.get(), finished);
+    (cycle.get()->*start)();
+    return done.wait(kWaitMs) && (done.first().isEmpty() || done.first().first().toBool());
   }
-  bool Poll() {
-    QSignalSpy done(cycle.get(), &AcquisitionCycle::tickFinished);
-    cycle->timerPoll_Timer();
-    return done.wait(kWaitMs);
-  }
+  bool ConnectFirst() { return Run(&AcquisitionCycle::timerConnection_Timer, &AcquisitionCycle::connectFinished); }
+  bool Poll() { return Run(&AcquisitionCycle::timerPoll_Timer, &AcquisitionCycle::tickFinished); }
   // Updates run or are stopped, and every control says the same.
   void CheckRunning(bool running, const char* runningCaption = kStopCaption) const {
     QCOMPARE(cycle->Stopped(), !running);
     QCOMPARE(cycle->PollEnabled(), running);
     QCOMPARE(cycle->Display().StopGoCaption, std::string(running ? runningCaption : kStartCaption));
     QCOMPARE(cycle->Display().SingleStepEnabled, !running && modem.has_value());
+  }
+  void CheckBox(const std::string& title, const std::string& text, MessageButtons buttons) const {
+    QCOMPARE(notices.boxes.size(), size_t(1));
+    QCOMPARE(notices.boxes[0].title + "|" + notices.boxes[0].text, title + "|" + text);
+    QVERIFY(notices.boxes[0].buttons == buttons && notices.boxes[0].icon == MessageIcon::Critical);
   }
   std::optional<ModemInfo> modem;
   RecordingNotices notices;
@@ -65,32 +70,28 @@ class AcquisitionCycleTest : public QObject {
   void firstConnection_data() {
     QTest::addColumn<QString>("unit");  // "sim", "refusing", "mute", "nothing" listening, or "none" current
     QTest::addColumn<bool>("ctrlS");    // pressed while the connection is attempted
-    QTest::addColumn<QString>("box");   // the title of the one box shown, if any
-    QTest::addColumn<QString>("status");
-    QTest::newRow("reached") << "sim" << false << "" << "Successful connection established to Sim...";
-    QTest::newRow("refused") << "refusing" << false << "Cannot Connect To Server" << "";
-    QTest::newRow("nothing listening") << "nothing" << false << "Cannot Connect To Server" << "";
-    QTest::newRow("Ctrl+S") << "mute" << true << "" << "Tavrix communication has been halted!";
-    QTest::newRow("no unit current") << "none" << false << "" << "Successful network access...";
+    QTest::addColumn<QString>("status");  // the last one; empty after "Cannot Connect To Server"
+    QTest::newRow("reached") << "sim" << false << "Successful connection established to Sim...";
+    QTest::newRow("refused") << "refusing" << false << "";
+    QTest::newRow("nothing listening") << "nothing" << false << "";
+    QTest::newRow("Ctrl+S") << "mute" << true << "Tavrix communication has been halted!";
+    QTest::newRow("no unit current") << "none" << false << "Successful network access...";
   }
 
   void firstConnection() {
     QFETCH(QString, unit);
     QFETCH(bool, ctrlS);
-    QFETCH(QString, box);
     QFETCH(QString, status);
     SimulatorProcess sim(unit == "refusing" ? QStringList{"--refuse-after", "0"} : QStringList{});
     QVERIFY(sim.Started());
     MuteListener mute;
-    const std::string address = unit == "sim" || unit == "refusing" ? sim.Address()
-                                : unit == "mute"                    ? "127.0.0.1:" + std::to_string(mute.Port())
-                                : unit == "nothing"                 ? "127.0.0.1:" + std::to_string(FreePort())
-                                                                    : "";
+    const int port = unit == "mute" ? mute.Port() : unit == "nothing" ? FreePort() : sim.Port();
+    const std::string address = unit == "none" ? "" : "127.0.0.1:" + std::to_string(port);
     Harness h(address);
     QSignalSpy done(h.cycle.get(), &AcquisitionCycle::connectFinished);
     h.cycle->timerConnection_Timer();
     if (ctrlS) {
-      QTRY_VERIFY_WITH_TIMEOUT(h.notices.SawStatus("Attempting connection to Sim (<Ctrl>S to Abort)..."), kWaitMs);
+      QTRY_VERIFY_WITH_TIMEOUT(h.notices.SawStatus(kAttempting), kWaitMs);
       h.cycle->AbortConnection();
     }
     QVERIFY(done.wait(kWaitMs));
@@ -102,16 +103,15 @@ class AcquisitionCycleTest : public QObject {
     QCOMPARE(h.cycle->Display().StopGoPressed, ctrlS);
     QVERIFY(!h.cycle->Display().BusyPointer && !h.cycle->Display().ConnectingProgress);
     QVERIFY(h.notices.SawStatus("Successful network access..."));
-    QCOMPARE(h.notices.SawStatus("Attempting connection to Sim (<Ctrl>S to Abort)..."), !address.empty());
-    QCOMPARE(QString::fromStdString(h.notices.statuses.back()), status);
+    QCOMPARE(h.notices.SawStatus(kAttempting), !address.empty());
     QCOMPARE(h.cycle->StatusTimerEnabled(), ctrlS);
-    QCOMPARE(h.notices.boxes.size(), size_t(box.isEmpty() ? 0 : 1));
-    if (!box.isEmpty()) {
-      QCOMPARE(QString::fromStdString(h.notices.boxes[0].title), box);
-      QCOMPARE(h.notices.boxes[0].text,
-               "A connection to the Tavrix modem [Sim] at IP address " + address + " could not be established!");
-      QVERIFY(h.notices.boxes[0].icon == MessageIcon::Critical);
-    }
+    if (unit == "refusing" || unit == "nothing")
+      h.CheckBox("Cannot Connect To Server",
+                 "A connection to the Tavrix modem [Sim] at IP address " + address + " could not be established!",
+                 MessageButtons::Ok);
+    else
+      QVERIFY(h.notices.boxes.empty());
+    QCOMPARE(QString::fromStdString(h.notices.statuses.back()), status);
     // With no unit current, the commands have nothing to act on.
     if (address.empty()) {
       h.cycle->StopGo_Click();
@@ -148,14 +148,10 @@ class AcquisitionCycleTest : public QObject {
     QVERIFY(sim.Started());
     Harness h(sim.Address());
     h.notices.answer = yes ? MessageAnswer::Yes : MessageAnswer::No;
-    if (step) {
-      QSignalSpy ticks(h.cycle.get(), &AcquisitionCycle::tickFinished);
-      h.cycle->SingleStep_Click();
-      QVERIFY(ticks.wait(kWaitMs));
-    } else {
-      QVERIFY(h.ConnectFirst());
-      QVERIFY(h.Poll());
-    }
+    if (step)
+      QVERIFY(h.Run(&AcquisitionCycle::SingleStep_Click, &AcquisitionCycle::tickFinished));
+    else
+      QVERIFY(h.ConnectFirst() && h.Poll());
     // A lost unit refuses the read's connection: the read finds none and asks. A refused
     // request reads nothing; the unit still answers, so its connection is kept.
     const bool lost = options.contains("--refuse-after");
@@ -179,14 +175,13 @@ class AcquisitionCycleTest : public QObject {
     QCOMPARE(h.cycle->State().LostShown, lost);
     QCOMPARE(h.notices.SawStatus("Communications have been aborted!"), !yes);
     QCOMPARE(h.cycle->StatusTimerEnabled(), !yes || options.contains("--size-says"));
-    QCOMPARE(h.notices.boxes.size(), size_t(lost ? 1 : 0));  // the refused reconnection says nothing
-    if (lost) {
-      const auto& box = h.notices.boxes[0];
-      QCOMPARE(box.text, "The connection to the Tavrix modem [Sim] at IP address " + sim.Address() +
-                             " has been lost!  Do you wish to re-establish communications?");
-      QCOMPARE(box.title, std::string("Server Connection Lost"));
-      QVERIFY(box.buttons == MessageButtons::YesNo && box.icon == MessageIcon::Critical);
-    }
+    if (lost)  // the refused reconnection says nothing more
+      h.CheckBox("Server Connection Lost",
+                 "The connection to the Tavrix modem [Sim] at IP address " + sim.Address() +
+                     " has been lost!  Do you wish to re-establish communications?",
+                 MessageButtons::YesNo);
+    else
+      QVERIFY(h.notices.boxes.empty());
     if (lost || step || refused) return;
     // The connection left open carries the next tick, which takes a new capture.
     QVERIFY(h.Poll());
@@ -232,16 +227,16 @@ class AcquisitionCycleTest : public QObject {
     QVERIFY(h.ConnectFirst());
     h.cycle->StopGo_Click();
     h.CheckRunning(false);
-    QVERIFY(h.cycle->Display().StopGoPressed);
+    QVERIFY(h.cycle->Display().StopGoPressed && h.cycle->StatusTimerEnabled());
     QCOMPARE(h.cycle->Display().StopGoImage, int(kImageRed));
     QCOMPARE(h.notices.statuses.back(), std::string("Tavrix communication has been halted!"));
-    QVERIFY(h.cycle->StatusTimerEnabled());
     h.cycle->timerStatus_Timer();
     QCOMPARE(h.notices.statuses.back(), std::string());
 
     QSignalSpy connected(h.cycle.get(), &AcquisitionCycle::connectFinished);
     h.cycle->StopGo_Click();
     QVERIFY(connected.wait(kWaitMs));
+    QCOMPARE(connected.first().first().toBool(), resumes);
     h.CheckRunning(resumes, kResumedStopCaption);  // a refused resume leaves the start caption
     QVERIFY(!h.cycle->Display().StopGoPressed);
     QCOMPARE(h.cycle->Display().StopGoImage, int(resumes ? kImageGreen : kImageRed));
