@@ -58,7 +58,7 @@ void Redraw(benchmark::State& state, qreal ratio) {
   RenderPlot(scene, kPlotSize, ratio, image);
   for (auto _ : state) {
     QPainter painter(&image);
-    UpdateView(painter, QSizeF(kPlotSize), scene);
+    DrawPlotScene(painter, QSizeF(kPlotSize), scene);
   }
 }
 

@@ -28,7 +28,7 @@ enum class ButtonStyle {
   Indicator,  // shows a picture only
 };
 
-struct ToolButtonSpec {
+struct ToolButtonRow {
   const char* Key;
   const char* ToolTip;
   const char* Image;
@@ -37,7 +37,7 @@ struct ToolButtonSpec {
 };
 
 // tbMain, in order.
-inline constexpr std::array<ToolButtonSpec, 25> kMainButtons = {{
+inline constexpr std::array<ToolButtonRow, 25> kMainButtons = {{
     {"Export", "Export", "Export", ButtonStyle::DropDown, true},
     {"StopGo", "Stop Updates", "Stop", ButtonStyle::Toggle, false},
     {"SingleStep", "Single Step", "SingleStep", ButtonStyle::Push, true},
@@ -66,7 +66,7 @@ inline constexpr std::array<ToolButtonSpec, 25> kMainButtons = {{
 }};
 
 // tbCursors, in order.
-inline constexpr std::array<ToolButtonSpec, 3> kCursorButtons = {{
+inline constexpr std::array<ToolButtonRow, 3> kCursorButtons = {{
     {"CursorOne", "Position Cursor 1", "Cursor1", ButtonStyle::Push, false},
     {"CursorTwo", "Position Cursor 2", "Cursor2", ButtonStyle::Push, false},
     {"CursorDelta", "View Cursors", "CursorDelta", ButtonStyle::Toggle, false},
@@ -114,22 +114,22 @@ inline constexpr std::array<const char*, 10> kSpanCaptions = {
 
 // A menu entry: its control name, caption, and the toolbar button whose action it shares
 // (nullptr for an entry of its own). A null name is a separator.
-struct MenuEntrySpec {
+struct MenuEntryRow {
   const char* Name;
   const char* Caption;
   const char* ButtonKey;
   bool Checkable;
 };
-inline constexpr MenuEntrySpec kSeparator = {nullptr, nullptr, nullptr, false};
+inline constexpr MenuEntryRow kSeparator = {nullptr, nullptr, nullptr, false};
 
-inline constexpr MenuEntrySpec kFileMenuTail[] = {
+inline constexpr MenuEntryRow kFileMenuTail[] = {
     {"mnuFileSaveView", "Save View &As...", nullptr, false},
     {"mnuFilePrint", "&Print...", nullptr, false},
     kSeparator,
     {"mnuFileExit", "E&xit", nullptr, false},
 };
 
-inline constexpr MenuEntrySpec kViewMenuModes[] = {
+inline constexpr MenuEntryRow kViewMenuModes[] = {
     {"mnuViewSelect", "&Select Mode", "Select", false},
     {"mnuViewZoomWin", "Zoom &Window", "ZoomWin", true},
     {"mnuViewZoomIn", "Zoom &In", "ZoomIn", true},
@@ -142,7 +142,7 @@ inline constexpr MenuEntrySpec kViewMenuModes[] = {
     {"mnuViewZoomCursors", "&Zoom to Fit Cursors", "ZoomCursors", false},
 };
 // After the two preset submenus.
-inline constexpr MenuEntrySpec kViewMenuPoints[] = {
+inline constexpr MenuEntryRow kViewMenuPoints[] = {
     kSeparator,
     {"mnuViewFirstPoint", "Go to First (&Bottom) Point", "FirstPoint", false},
     {"mnuViewNextPoint", "Go to &Next Point", "NextPoint", false},
@@ -160,19 +160,19 @@ inline constexpr MenuEntrySpec kViewMenuPoints[] = {
     {"mnuViewCopy", "&Copy/Capture Current View", nullptr, false},
 };
 
-inline constexpr MenuEntrySpec kOptionsPalettes[] = {
+inline constexpr MenuEntryRow kOptionsPalettes[] = {
     {"mnuOptionsPalette0", "Select Color Palette for &Viewing", nullptr, true},
     {"mnuOptionsPalette1", "Select Color Palette for &Printing", nullptr, true},
 };
 // The colour entries of one palette's submenu (suffix 0 viewing, 1 printing).
-struct ColorEntrySpec {
+struct ColorEntryRow {
   const char* Name;  // without the palette suffix
   const char* Caption;
   const char* PrintingCaption;  // where the printing menu's caption differs
   int Field;
   const char* DialogTitle;  // the colour dialog's title, as it has always been spelled
 };
-inline constexpr ColorEntrySpec kColorEntries[] = {
+inline constexpr ColorEntryRow kColorEntries[] = {
     {"mnuOptionsBGColor", "&Background Color", nullptr, 0, "Select Analyzer Background Color"},
     {"mnuOptionsFGColor", "&Spectrum Trace Color", "&Spectrum Trace  Color", 1, "Select Analyzer Spectrum Trace Color"},
     {"mnuOptionsTMColor", "&Legend Scale Color", nullptr, 2, "Select Analyzer Tick Marks Color"},
@@ -184,14 +184,14 @@ inline constexpr ColorEntrySpec kColorEntries[] = {
 };
 inline constexpr const char* kPaletteSubmenus[] = {"Configure Viewer Palette &Colors",
                                                    "Configure Printer Palette &Colors"};
-inline constexpr MenuEntrySpec kOptionsChecks[] = {
+inline constexpr MenuEntryRow kOptionsChecks[] = {
     kSeparator,
     {"mnuOptionsSnap", "&Snap to Nearest Point", nullptr, true},
     {"mnuOptionsPanel", "Display Selection &Panel", nullptr, true},
     {"mnuOptionsWindow", "&Window Spectrum Trace", nullptr, true},
 };
 
-inline constexpr MenuEntrySpec kCommMenu[] = {
+inline constexpr MenuEntryRow kCommMenu[] = {
     {"mnuCommStopGo", "&Start Data Set Updates", nullptr, false},
     {"mnuCommSingleStep", "Single S&tep", "SingleStep", false},
     kSeparator,
@@ -200,7 +200,7 @@ inline constexpr MenuEntrySpec kCommMenu[] = {
     kSeparator,
 };
 // The five movement commands in the two move modes: peak points and all points.
-struct MoveCommandSpec {
+struct MoveCommandRow {
   const char* ButtonKey;
   const char* Entry;
   const char* PeakToolTip;
@@ -208,7 +208,7 @@ struct MoveCommandSpec {
   const char* PointToolTip;
   const char* PointCaption;
 };
-inline constexpr MoveCommandSpec kMoveCommands[] = {
+inline constexpr MoveCommandRow kMoveCommands[] = {
     {"FirstPoint", "mnuViewFirstPoint", "Go to Lowest Peak", "Go to Lowest (&Bottom) Peak", "Go to First Point",
      "Go to First (&Bottom) Point"},
     {"NextPoint", "mnuViewNextPoint", "Go to Next Highest Peak", "Go to &Next Highest Peak", "Go to Next Point",
@@ -227,7 +227,7 @@ inline constexpr const char* kMoveByPeakPoints = "Select &Move by Peak Points";
 inline constexpr int kRecentModems = kRecentPlaces;  // the recent menu shows every recent place
 inline constexpr const char* kNoRecentModem = "<No Recent Modem Monitored>";
 
-inline constexpr MenuEntrySpec kHelpMenu[] = {
+inline constexpr MenuEntryRow kHelpMenu[] = {
     {"mnuHelpAbout", "&About Tavrix Spectrum Analyzer...", nullptr, false},
 };
 

@@ -62,7 +62,7 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   setWindowIcon(QIcon(":/icons/tavrix-spectrum"));
   lastPath_ = QDir::homePath();
 
-  // Form_Initialize: the view's initial values are ViewWindow's; the trace switches
+  // The view starts with ViewWindow's initial values; the trace switches
   // start with the current trace shown.
   live_.State.Traces.TraceVisible[kCurrentTrace] = true;
 
@@ -100,7 +100,7 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
                                            : std::make_unique<SettingsStore>(options_.SettingsFile);
   ConnectOptionCommands();
   connect(cycle_.get(), &AcquisitionCycle::connectFinished, this, &frmMain::OnConnectFinished);
-  // Form_Load: geometry, palettes, configuration, the directory, the title, and
+  // At start: geometry, palettes, configuration, the directory, the title, and
   // timerConnection for the unit used last.
   LoadSettings();
   ShowAcquisitionDisplay();

@@ -182,7 +182,7 @@ class frmMain : public QMainWindow {
   void BuildMenus();
   void BuildMainToolbar();
   void BuildCursorToolbar(QToolBar* bar);
-  QAction* AddEntry(QMenu* menu, const struct MenuEntrySpec& entry);
+  QAction* AddEntry(QMenu* menu, const struct MenuEntryRow& entry);
   QToolButton* DropDownButton(QAction* face, const QString& key, QMenu* entries);
   void EnableCommands();
   // The captions and tool tips of the movement commands for a move mode.

@@ -101,7 +101,7 @@ void frmMain::BuildMainToolbar() {
     return menu;
   };
 
-  for (const ToolButtonSpec& button : kMainButtons) {
+  for (const ToolButtonRow& button : kMainButtons) {
     const QString key = button.Key;
     if (button.Style == ButtonStyle::Holder) {
       comboPeakPoint_ = new QComboBox(tbMain_);
@@ -157,7 +157,7 @@ void frmMain::BuildCursorToolbar(QToolBar* bar) {
   tbCursors_ = bar;
   bar->setObjectName("tbCursors");
   bar->setIconSize(QSize(16, 16));
-  for (const ToolButtonSpec& button : kCursorButtons) {
+  for (const ToolButtonRow& button : kCursorButtons) {
     auto* action = bar->addAction(Image(button.Image), button.ToolTip);
     action->setObjectName(button.Key);
     action->setCheckable(button.Style == ButtonStyle::Toggle);
@@ -168,7 +168,7 @@ void frmMain::BuildCursorToolbar(QToolBar* bar) {
   bar->setMinimumWidth(bar->sizeHint().width());  // all three buttons, never the overflow arrow
 }
 
-QAction* frmMain::AddEntry(QMenu* menu, const MenuEntrySpec& entry) {
+QAction* frmMain::AddEntry(QMenu* menu, const MenuEntryRow& entry) {
   if (entry.Name == nullptr) {
     menu->addSeparator();
     return nullptr;
@@ -188,7 +188,7 @@ QAction* frmMain::AddEntry(QMenu* menu, const MenuEntrySpec& entry) {
 
 void frmMain::BuildMenus() {
   auto addAll = [this](QMenu* menu, const auto& table) {
-    for (const MenuEntrySpec& entry : table) AddEntry(menu, entry);
+    for (const MenuEntryRow& entry : table) AddEntry(menu, entry);
   };
 
   QMenu* file = menuBar()->addMenu("&File");
@@ -238,7 +238,7 @@ void frmMain::BuildMenus() {
   addAll(options, kOptionsPalettes);
   for (int palette = 0; palette < 2; ++palette) {
     QMenu* colors = options->addMenu(kPaletteSubmenus[palette]);
-    for (const ColorEntrySpec& c : kColorEntries) {
+    for (const ColorEntryRow& c : kColorEntries) {
       const char* caption = palette == 1 && c.PrintingCaption != nullptr ? c.PrintingCaption : c.Caption;
       QAction* entry = colors->addAction(caption);
       const QString name = QString(c.Name) + QString::number(palette);
@@ -269,7 +269,7 @@ void frmMain::BuildMenus() {
 void frmMain::ShowMoveMode(bool byPeaks) {
   const QSignalBlocker quiet(comboPeakPoint_);
   comboPeakPoint_->setCurrentIndex(byPeaks ? 1 : 0);
-  for (const MoveCommandSpec& m : kMoveCommands) {
+  for (const MoveCommandRow& m : kMoveCommands) {
     Button(m.ButtonKey)->setToolTip(byPeaks ? m.PeakToolTip : m.PointToolTip);
     MenuEntry(m.Entry)->setText(byPeaks ? m.PeakCaption : m.PointCaption);
   }

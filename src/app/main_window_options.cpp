@@ -41,7 +41,7 @@ void frmMain::ConnectOptionCommands() {
   for (int index = 0; index < 2; ++index)
     connect(MenuEntry(QString("mnuOptionsPalette%1").arg(index)), &QAction::triggered, this,
             [this, index] { mnuOptionsPalette_Click(index); });
-  for (const ColorEntrySpec& c : kColorEntries)
+  for (const ColorEntryRow& c : kColorEntries)
     for (int palette = 0; palette < 2; ++palette) {
       const int field = c.Field;
       connect(MenuEntry(QString(c.Name) + QString::number(palette)), &QAction::triggered, this,
@@ -75,8 +75,8 @@ void frmMain::mnuOptionsPalette_Click(int index) {
 
 void frmMain::PickColor(int palette, int field) {
   if (palette < 0 || palette > 1 || field < 0 || field >= kPaletteColors) return;
-  const ColorEntrySpec* entry = nullptr;
-  for (const ColorEntrySpec& c : kColorEntries)
+  const ColorEntryRow* entry = nullptr;
+  for (const ColorEntryRow& c : kColorEntries)
     if (c.Field == field) entry = &c;
   if (entry == nullptr) return;  // position 4 has no menu entry
   ColorRef& stored = palettes_[static_cast<size_t>(palette)][static_cast<size_t>(field)];

@@ -27,7 +27,7 @@ namespace {
 // application); hot spots are given on a 32-unit grid.
 QCursor PointerFor(PointerImage image) {
   if (image == PointerImage::Cross) return Qt::CrossCursor;
-  const PointerImageSpec* look = &kPointerZoomWindow;
+  const PointerImageRow* look = &kPointerZoomWindow;
   switch (image) {
     case PointerImage::ZoomIn: look = &kPointerZoomIn; break;
     case PointerImage::ZoomOut: look = &kPointerZoomOut; break;

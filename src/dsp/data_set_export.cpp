@@ -99,7 +99,8 @@ ExportResult WriteDataSet(DataSet set, const std::string& fileName, const Spectr
   }
   const std::string text = FormatDataSet(set, state);
   if (progress) {
-    // Fix((i + 1) / 4096 x 100) for i = 1 .. the last line, shown as it rises.
+    // The whole percentage (i + 1) x 100 / 4096, rounded down, for i = 1 .. the last line,
+    // shown as it rises.
     int last = 0;
     for (int i = 1; i <= info.PointCount; ++i) {
       const int pct = static_cast<int>((i + 1) * 100.0 / 4096);

@@ -85,7 +85,7 @@ void ComputePoints(SpectrumState& state, float& max, float& min, const ProgressF
       min = amplitude;
   }
   if (progress) {
-    // The bar follows the sample index i = 1..4096: Fix(i / 4096 * 100) each time it rises.
+    // The bar follows the sample index i = 1..4096: the whole percentage i x 100 / 4096, rounded down, each time it rises.
     for (int pct = 1; pct <= 100; ++pct) progress(pct);
   }
 }

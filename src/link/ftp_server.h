@@ -27,6 +27,7 @@ struct FtpLimits {
 // blocks until done or until its time-out, so the object lives on the link thread.
 // Failures are results (a false flag, a zero handle or count); the only messages it
 // shows itself go through `notices`.
+// A client of the unit's FTP server; the class keeps the name the system has always used.
 class FTP_Server {
  public:
   explicit FTP_Server(Notices* notices, FtpLimits limits = {});

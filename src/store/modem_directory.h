@@ -56,7 +56,7 @@ class Modems {
   int Count() const { return static_cast<int>(entries_.size()); }
   void Remove(const std::string& name);
   void Remove(int position);
-  // NewEnum: iteration in insertion order.
+  // Iteration in insertion order.
   std::vector<Modem>::const_iterator begin() const { return entries_.begin(); }
   std::vector<Modem>::const_iterator end() const { return entries_.end(); }
   std::vector<Modem>::iterator begin() { return entries_.begin(); }

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "view/palette.h"
-#include "view/plot_scene.h"
+#include "view/cursor_mark.h"
 
 namespace tavrix {
 

@@ -48,7 +48,7 @@ bool SaveViewFile(const PlotScene& scene, const QSize& size, qreal devicePixelRa
       if (error != nullptr) *error = Failed(fileName, "the drawing could not be started.");
       return false;
     }
-    UpdateView(painter, QSizeF(size), scene);
+    DrawPlotScene(painter, QSizeF(size), scene);
     painter.end();
   }
   const std::string reason = WriteFileAtomically(fileName.toStdString(), std::string_view(bytes.constData(), bytes.size()));
@@ -101,7 +101,7 @@ void DrawPrintedPage(QPainter& painter, const QRectF& page, const PlotScene& sce
   painter.save();
   painter.translate(plot.topLeft());
   painter.setClipRect(QRectF(QPointF(0, 0), plot.size()));
-  UpdateView(painter, plot.size(), scene);
+  DrawPlotScene(painter, plot.size(), scene);
   painter.restore();
   painter.setPen(QPen(ToColor(scene.Colors[kGridLinesColor]), 1));
   painter.setBrush(Qt::NoBrush);

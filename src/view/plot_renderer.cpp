@@ -241,7 +241,7 @@ LegendMetrics MeasureLegend(QPainter& painter) {
   return m;
 }
 
-PlotMapping UpdateView(QPainter& painter, const QSizeF& size, const PlotScene& scene) {
+PlotMapping DrawPlotScene(QPainter& painter, const QSizeF& size, const PlotScene& scene) {
   if (scene.Constellation) {
     DrawConstellation(painter, size, scene);
     return PlotMapping(scene.View, PixelRect{0, 0, size.width(), size.height()});
@@ -322,7 +322,7 @@ PlotMapping RenderPlot(const PlotScene& scene, const QSize& size, qreal devicePi
     image = QImage(pixels, QImage::Format_RGB32);
   image.setDevicePixelRatio(devicePixelRatio);
   QPainter painter(&image);
-  return UpdateView(painter, QSizeF(size), scene);
+  return DrawPlotScene(painter, QSizeF(size), scene);
 }
 
 QImage RenderPlot(const PlotScene& scene, const QSize& size, qreal devicePixelRatio) {

@@ -21,7 +21,7 @@ LegendMetrics MeasureLegend(QPainter& painter);
 // visible traces in their fixed order, grid and legend, axis texts, the threshold line,
 // the cursors and the selected point. The scene, and so the view window, is unchanged.
 // Returns how the view window was mapped onto the surface (for the mouse).
-PlotMapping UpdateView(QPainter& painter, const QSizeF& size, const PlotScene& scene);
+PlotMapping DrawPlotScene(QPainter& painter, const QSizeF& size, const PlotScene& scene);
 
 // The raw samples as points on a square -149..150 grid (16 units a line).
 void DrawConstellation(QPainter& painter, const QSizeF& size, const PlotScene& scene);

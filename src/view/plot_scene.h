@@ -3,18 +3,12 @@
 
 #include "dsp/trace_set.h"
 #include "link/capture_block.h"
+#include "view/cursor_mark.h"
 #include "view/palette.h"
 #include "view/view_window.h"
 
 namespace tavrix {
 
-// A measurement cursor in plot units (frequency, -dB); -1 and -1 when not placed.
-struct CursorMark {
-  float X = -1.0f;
-  float Y = -1.0f;
-  bool Placed() const { return !(X == -1.0f && Y == -1.0f); }
-  bool operator==(const CursorMark&) const = default;
-};
 
 // Everything one redraw shows, as a plain value: the same scene gives the same picture
 // on the window, in a PNG, on the clipboard and on paper.
