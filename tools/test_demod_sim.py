@@ -15,7 +15,6 @@ import statistics
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
 SIMULATOR = os.path.join(os.path.dirname(os.path.abspath(__file__)), "demod_sim.py")
@@ -195,29 +194,14 @@ class SimulatorTest(unittest.TestCase):
         high = statistics.mean(levels[4 * SAMPLES // 5:19 * SAMPLES // 20])
         self.assertTrue(2.0 < low - high < 8.0, (low, high))
 
-    def test_log_refused_sessions_and_seeds(self):
-        sim = self.start("--refuse-after", "3")
-        for step in ("request", "fetch", "idle"):
-            ftp = sim.connect(self)
-            if step == "request":
-                request_capture(ftp)
-            elif step == "fetch":
-                ftp.size("spectrum:")
-                fetch(ftp)
-            if step != "idle":
-                ftp.quit()
-        with self.assertRaises(ConnectionRefusedError):  # the fourth session
+    # The command log is checked line by line by the FTP client's tests.
+    def test_refused_sessions_and_seeds(self):
+        sim = self.start("--refuse-after", "2")
+        first = sim.connect(self)
+        sim.connect(self)
+        with self.assertRaises(ConnectionRefusedError):
             sim.connect(self)
-        ftp.quit()  # accepted ones go on
-        deadline = time.monotonic() + TIMEOUT
-        while sim.log_lines().count("DISCONNECT") < 3 and time.monotonic() < deadline:
-            time.sleep(0.02)
-        lines = sim.log_lines()
-        for line, count in (("CONNECT", 3), ("DISCONNECT", 3), ("USER anonymous", 3), ("STOR capt_spec:", 1),
-                            ("RETR spectrum:", 1), ("SIZE spectrum:", 1), ("CAPTURE 1", 1),
-                            ("SENT 8224 complete", 1), ("RECEIVED 1 complete", 1)):
-            self.assertEqual(lines.count(line), count, line)
-        self.assertLess(lines.index("STOR capt_spec:"), lines.index("CAPTURE 1"))
+        self.assertEqual(len(fetch(first)), BLOCK_SIZE)  # accepted ones go on
         with self.assertRaises(ConnectionRefusedError):
             self.start("--refuse-after", "0").connect(self)
         # The same seed gives the same captures, another seed others.
@@ -281,10 +265,8 @@ class SimulatorTest(unittest.TestCase):
         with self.assertRaises(TimeoutError):
             sim.connect(self, timeout=0.4).retrbinary("RETR spectrum:", chunks.append)
         self.assertEqual(len(b"".join(chunks)), BLOCK_SIZE // 2)
-        started = time.monotonic()
-        block = fetch(sim.connect(self))
-        self.assertGreaterEqual(time.monotonic() - started, 1.0)
-        self.assertEqual((len(block), block), (BLOCK_SIZE, sim.dumped(2)))
+        block = fetch(sim.connect(self))  # paused too, then whole
+        self.assertEqual((len(block), block, sim.log_lines().count("STALL 1.5")), (BLOCK_SIZE, sim.dumped(2), 2))
         sim = self.start("--forge-data-from", "127.0.0.2", "--forge-skip", "1")
         ftp = sim.connect(self)
         peers = []
