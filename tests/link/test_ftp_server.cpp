@@ -2,6 +2,7 @@
 // connection, every fault the unit, the network or the operator can cause, the other
 // operations of the class, and the text helpers behind its messages.
 #include <QFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -44,8 +45,10 @@ std::unique_ptr<FTP_Server> Client(const std::string& address, Notices* notices 
 // read, or -1 when the file did not open.
 int32_t Read(FTP_Server& client) {
   client.SetReadFileName("spectrum:");
-  int32_t size = client.OpenForRead() ? client.GetFileSize() : -2;
-  return size == -2 ? -1 : client.ReadFromFile(size == -1 ? size = kBlock : size);
+  if (!client.OpenForRead()) return -1;
+  int32_t size = client.GetFileSize();
+  if (size == -1) size = kBlock;
+  return client.ReadFromFile(size);
 }
 
 int32_t Write(FTP_Server& client, const std::string& bytes, const std::string& name = "capt_spec:") {
@@ -60,23 +63,6 @@ void WriteBytes(const QString& path, const QByteArray& bytes) {
   QVERIFY(file.open(QIODevice::WriteOnly));
   file.write(bytes);
 }
-
-// Variables of the test process ("name=value") set for one scope, then put back as they were.
-struct ScopedEnvironment {
-  explicit ScopedEnvironment(const QStringList& assignments) {
-    for (const QString& assignment : assignments) {
-      const QByteArray name = assignment.section('=', 0, 0).toUtf8();
-      const char* n = name.constData();
-      saved.emplace_back(name, qEnvironmentVariableIsSet(n) ? std::optional(qgetenv(n)) : std::nullopt);
-      qputenv(n, assignment.section('=', 1).toUtf8());
-    }
-  }
-  ~ScopedEnvironment() {
-    for (const auto& [name, value] : saved)
-      value ? void(qputenv(name.constData(), *value)) : void(qunsetenv(name.constData()));
-  }
-  std::vector<std::pair<QByteArray, std::optional<QByteArray>>> saved;
-};
 
 // What the unit (or the network, or the operator) does, and what the client then says: a
 // connection that fails, a refused write, or a read of "spectrum:" that gets less than a
@@ -190,9 +176,12 @@ class FtpServerTest : public QObject {
       return text.replace("{address}", f.address).replace("{sim}", QString::number(sim.Port()))
           .replace("{mute}", QString::number(mute.Port())).replace("{free}", QString::number(freePort));
     };
-    QStringList environment;
-    for (const QString& assignment : f.environment) environment << fill(assignment);
-    ScopedEnvironment proxies(environment);
+    // Proxies in the environment, for this row only.
+    for (const QString& assignment : f.environment)
+      qputenv(qPrintable(assignment.section('=', 0, 0)), fill(assignment.section('=', 1)).toUtf8());
+    const auto unset = qScopeGuard([&] {
+      for (const QString& assignment : f.environment) qunsetenv(qPrintable(assignment.section('=', 0, 0)));
+    });
     FtpLimits limits = kFast;
     if (f.stallMs != 0) limits.stallTimeoutMs = f.stallMs;
     if (f.transferMs != 0) limits.transferTimeoutMs = f.transferMs;
@@ -218,7 +207,6 @@ class FtpServerTest : public QObject {
     const int32_t written = client->IsConnected() && f.write != nullptr ? Write(*client, f.write, f.file) : -1;
     const std::string why = fill(f.why).toStdString();
     QCOMPARE(client->LastErrorText(), why);
-    QVERIFY(client->ConnectedToInternet());
     QCOMPARE(client->IsConnected(), f.connects);
     QCOMPARE(sim.Count("CONNECT"), f.connects ? 1 : 0);
     client->ShowLastResponseInfo();

@@ -2,13 +2,9 @@
 
 #include "test_support.h"
 
-std::unique_ptr<QObject> NewCaptureBlockTest();
-std::unique_ptr<QObject> NewFtpServerTest();
-std::unique_ptr<QObject> NewAcquisitionCycleTest();
+std::unique_ptr<QObject> NewCaptureBlockTest(), NewFtpServerTest(), NewAcquisitionCycleTest();
 
 int main(int argc, char** argv) {
-  auto capture = NewCaptureBlockTest();
-  auto ftp = NewFtpServerTest();
-  auto cycle = NewAcquisitionCycleTest();
+  const auto capture = NewCaptureBlockTest(), ftp = NewFtpServerTest(), cycle = NewAcquisitionCycleTest();
   return tavrix::testing::RunTestObjects(argc, argv, {capture.get(), ftp.get(), cycle.get()});
 }
