@@ -5,25 +5,16 @@
 
 #include "test_support.h"
 
-std::unique_ptr<QObject> NewCommandLineTest();
-std::unique_ptr<QObject> NewSnapshotTest();
-std::unique_ptr<QObject> NewWindowTest();
-std::unique_ptr<QObject> NewInteractionTest();
-std::unique_ptr<QObject> NewSettingsWindowTest();
-std::unique_ptr<QObject> NewEndToEndTest();
+std::unique_ptr<QObject> NewCommandLineTest(), NewSnapshotTest(), NewWindowTest(), NewInteractionTest(),
+    NewSettingsWindowTest(), NewEndToEndTest();
 
 int main(int argc, char** argv) {
   // A window that is given no settings file of its own keeps them here, never in the
   // settings of whoever runs the tests.
   QTemporaryDir settingsHome;
   qputenv("XDG_CONFIG_HOME", settingsHome.path().toUtf8());
-  auto commandLine = NewCommandLineTest();
-  auto snapshot = NewSnapshotTest();
-  auto window = NewWindowTest();
-  auto interaction = NewInteractionTest();
-  auto settingsWindow = NewSettingsWindowTest();
-  auto endToEnd = NewEndToEndTest();
+  const std::unique_ptr<QObject> t[] = {NewCommandLineTest(),    NewSnapshotTest(), NewWindowTest(), NewInteractionTest(),
+                                        NewSettingsWindowTest(), NewEndToEndTest()};
   return tavrix::testing::RunTestObjects<QApplication>(argc, argv,
-                                                       {commandLine.get(), snapshot.get(), window.get(), interaction.get(),
-                                                        settingsWindow.get(), endToEnd.get()});
+                                                       {t[0].get(), t[1].get(), t[2].get(), t[3].get(), t[4].get(), t[5].get()});
 }

@@ -25,19 +25,13 @@ struct WindowHarness {
 
   explicit WindowHarness(const QString& settingsFile = {}, Polls polls = Polls::ByTest,
                          const std::function<void(MainWindowOptions&)>& adjust = {}) {
+    const bool live = polls == Polls::Live;
     MainWindowOptions o;
     o.SettingsFile = settingsFile;
-    if (polls == Polls::Live) {
-      o.Timing = {.pollMs = 150, .connectionMs = 50, .statusMs = 60000, .requestWaitMs = 20};
-      o.Limits.transferTimeoutMs = 6000;
-      o.Limits.stallTimeoutMs = 1000;
-    } else {
-      o.Timing.pollMs = 600000;
-      o.Timing.connectionMs = 0;
-      o.Timing.requestWaitMs = 20;
-      o.Limits.transferTimeoutMs = 20000;
-      o.Limits.stallTimeoutMs = 20000;
-    }
+    o.Timing = {.pollMs = live ? 150 : 600000, .connectionMs = live ? 50 : 0, .statusMs = live ? 60000 : 5000,
+              .requestWaitMs = 20};
+    o.Limits.transferTimeoutMs = live ? 6000 : 20000;
+    o.Limits.stallTimeoutMs = live ? 1000 : 20000;
     o.Limits.connectTimeoutMs = 2000;
     o.Limits.releasePauseMs = 0;
     o.Answerer = [this](const Question& q) {
@@ -59,7 +53,7 @@ struct WindowHarness {
     if (adjust) adjust(o);
     w = std::make_unique<frmMain>(o);
     QObject::connect(w.get(), &frmMain::captureShown, [this] { ++captures; });
-    if (polls == Polls::Live) w->show();
+    if (live) w->show();
   }
 
   // Shown at a size with room for every panel, the noise block on the plot.
