@@ -12,6 +12,7 @@
 #include <QTest>
 
 #include <initializer_list>
+#include <memory>
 #include <string>
 
 namespace tavrix::testing {
@@ -57,4 +58,21 @@ int RunTestObjects(int argc, char** argv, std::initializer_list<QObject*> object
   return failures;
 }
 
+// The same over test classes made by their factories, each made once the application is there.
+template <typename Application = QCoreApplication>
+int RunTestFactories(int argc, char** argv, std::initializer_list<std::unique_ptr<QObject> (*)()> factories) {
+  Application app(argc, argv);
+  const QByteArray only = qgetenv("TAVRIX_TEST_CLASS");
+  int failures = 0;
+  for (const auto make : factories) {
+    const std::unique_ptr<QObject> object = make();
+    if (only.isEmpty() || only == object->metaObject()->className()) failures += QTest::qExec(object.get(), argc, argv);
+  }
+  return failures;
+}
+
 }  // namespace tavrix::testing
+
+// A test program's main over the named factories, run in the order given.
+#define TAVRIX_TEST_MAIN(Application, ...) \
+  int main(int argc, char** argv) { return tavrix::testing::RunTestFactories<Application>(argc, argv, {__VA_ARGS__}); }

@@ -111,15 +111,9 @@ class CommonTest : public QObject {
     QCOMPARE(WriteFileAtomically(path("block.bin"), "abc"), std::string());
     QVERIFY(QFile::link(QString::fromStdString(path("block.bin")), QString::fromStdString(path("link.bin"))));
     QCOMPARE(::mkfifo(path("fifo").c_str(), 0600), 0);
-    const struct {
-      std::string path;
-      const char* reason;  // a part of it; empty for a good read
-    } rows[] = {{path("block.bin"), ""},
-                {path("link.bin"), ""},
-                {path("fifo"), "not a regular file"},
-                {"/dev/zero", "not a regular file"},
-                {dir.path().toStdString(), "folder"},
-                {path("missing"), "No such file"}};
+    const struct { std::string path; const char* reason; } rows[] = {  // reason: a part of it; empty for a good read
+        {path("block.bin"), ""}, {path("link.bin"), ""}, {path("fifo"), "not a regular file"},
+        {"/dev/zero", "not a regular file"}, {dir.path().toStdString(), "folder"}, {path("missing"), "No such file"}};
     for (const auto& row : rows) {
       std::string data = "stale";
       auto read = std::async(std::launch::async, [&] { return ReadFileCapped(row.path, 100, data); });
@@ -170,9 +164,6 @@ class CommonTest : public QObject {
   }
 };
 
-int main(int argc, char** argv) {
-  CommonTest test;
-  return RunTestObjects(argc, argv, {&test});
-}
+int main(int argc, char** argv) { CommonTest test; return RunTestObjects(argc, argv, {&test}); }
 
 #include "test_common.moc"

@@ -4,8 +4,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <memory>
-
 #include "common/file_io.h"
 #include "dsp/data_set_export.h"
 #include "link/recording_notices.h"

@@ -5,8 +5,6 @@
 #include <QtTest>
 
 #include <cmath>
-#include <memory>
-
 #include "dsp/spectrum_update.h"
 #include "test_support.h"
 

@@ -2,8 +2,6 @@
 // average keep, the switches, what they restart and clear, and the counters at their limit.
 #include <QtTest>
 
-#include <memory>
-
 #include "dsp/spectrum_update.h"
 #include "test_support.h"
 

@@ -198,9 +198,6 @@ class ModemDialogsTest : public QObject {
   }
 };
 
-int main(int argc, char** argv) {
-  ModemDialogsTest dialogs;
-  return testing::RunTestObjects<QApplication>(argc, argv, {&dialogs});
-}
+int main(int argc, char** argv) { ModemDialogsTest t; return testing::RunTestObjects<QApplication>(argc, argv, {&t}); }
 
 #include "test_modem_dialogs.moc"

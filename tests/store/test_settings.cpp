@@ -73,14 +73,8 @@ class SettingsTest : public QObject {
   QString Path() const { return dir_.filePath("Tavrix Spectrum Analyzer.conf"); }
 
  private slots:
-  void initTestCase() {
-    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-    std::setlocale(LC_ALL, "de_DE.UTF-8");  // when the machine has it
-  }
-  void cleanupTestCase() {
-    std::setlocale(LC_ALL, "C");
-    QLocale::setDefault(QLocale::c());
-  }
+  void initTestCase() { QLocale::setDefault(QLocale(QLocale::German)), std::setlocale(LC_ALL, "de_DE.UTF-8"); }
+  void cleanupTestCase() { std::setlocale(LC_ALL, "C"), QLocale::setDefault(QLocale::c()); }
   void init() { QFile::remove(Path()), QFile::remove(Path() + ".bad"); }
 
   // Every field read back, written as the store goes; then a minimised window comes back normal and an

@@ -2,8 +2,6 @@
 // text and its selection, the leading number, and each box's range with its message.
 #include <QtTest>
 
-#include <memory>
-
 #include "test_support.h"
 #include "ui/entry_checks.h"
 #include "ui/key_filter.h"
@@ -20,29 +18,19 @@ struct KeyCase {
   const char* Rewritten = nullptr;
 };
 const KeyCase kKeyCases[] = {
-    {"Escape in a full box", "1234", 2, 4, 0, 4, 27, 27},
-    {"digit, no limit", "12345678", 2, 8, 0, 0, '9', '9'},
-    {"hex a upper-cased", "1", 7, 1, 0, 0, 'a', 'A'},
-    {"hex letter, octal set", "1", 10, 1, 0, 0, 'c', 0},
-    {"h at the end", "101", 8, 3, 0, 0, 'h', 'h'},
-    {"h inside", "101", 8, 1, 0, 0, 'h', 0},
-    {"second h", "12h", 9, 3, 0, 0, 'H', 0},
-    {"h over the selected h", "12h", 9, 2, 1, 0, 'h', 'h'},
-    {"second point", "1.5", 0, 3, 0, 0, '.', 0},
-    {"point over the selected point", "1.5", 0, 1, 1, 0, '.', '.'},
-    {"minus first", "5", 3, 0, 0, 0, '-', '-'},
-    {"minus after a digit", "5", 1, 1, 0, 0, '-', 0},
-    {"second minus", "-5", 3, 0, 0, 0, '-', 0},
-    {"minus over the whole text", "-5", 3, 0, 2, 0, '-', '-'},
+    {"Escape in a full box", "1234", 2, 4, 0, 4, 27, 27}, {"digit, no limit", "12345678", 2, 8, 0, 0, '9', '9'},
+    {"hex a upper-cased", "1", 7, 1, 0, 0, 'a', 'A'}, {"hex letter, octal set", "1", 10, 1, 0, 0, 'c', 0},
+    {"h at the end", "101", 8, 3, 0, 0, 'h', 'h'}, {"h inside", "101", 8, 1, 0, 0, 'h', 0},
+    {"second h", "12h", 9, 3, 0, 0, 'H', 0}, {"h over the selected h", "12h", 9, 2, 1, 0, 'h', 'h'},
+    {"second point", "1.5", 0, 3, 0, 0, '.', 0}, {"point over the selected point", "1.5", 0, 1, 1, 0, '.', '.'},
+    {"minus first", "5", 3, 0, 0, 0, '-', '-'}, {"minus after a digit", "5", 1, 1, 0, 0, '-', 0},
+    {"second minus", "-5", 3, 0, 0, 0, '-', 0}, {"minus over the whole text", "-5", 3, 0, 2, 0, '-', '-'},
     {"k appends KHz", "1.5", 4, 3, 0, 0, 'k', 0, "1.5 KHz"},
     {"m replaces KHz", "1.5 KHz", 4, 7, 0, 0, 'm', 0, "1.5 MHz"},
     {"K replaces a bare M", "1.5M", 4, 0, 4, 0, 'K', 0, "1.5KHz"},
-    {"k with K already", "1.5 KHz", 4, 7, 0, 0, 'k', 0},
-    {"k, set without", "1.5", 5, 3, 0, 0, 'k', 0},
-    {"unit past the limit", "1.500", 5, 5, 0, 5, 'M', 0, "1.500 MHz"},
-    {"full box", "-100.000", 1, 8, 0, 8, '1', 0},
-    {"full box, point", "1234", 0, 4, 0, 4, '.', 0},
-    {"full box, selection", "-100.000", 1, 0, 8, 8, '1', '1'},
+    {"k with K already", "1.5 KHz", 4, 7, 0, 0, 'k', 0}, {"k, set without", "1.5", 5, 3, 0, 0, 'k', 0},
+    {"unit past the limit", "1.500", 5, 5, 0, 5, 'M', 0, "1.500 MHz"}, {"full box", "-100.000", 1, 8, 0, 8, '1', 0},
+    {"full box, point", "1234", 0, 4, 0, 4, '.', 0}, {"full box, selection", "-100.000", 1, 0, 8, 8, '1', '1'},
 };
 
 // The data spans 70.0002..79.9998 MHz, shown as 70.000 and 80.000.
@@ -58,10 +46,8 @@ struct EntryCase {
 };
 const char kPoints[] = "You can only select from valid points...1 through 2048!";
 const EntryCase kEntryCases[] = {
-    {"point 1", CheckPointEntry, "1", 1, ""},
-    {"point 2048", CheckPointEntry, "2048", 2048, ""},
-    {"point 0", CheckPointEntry, "0", 0, kPoints},
-    {"point 2049", CheckPointEntry, "2049", 2049, kPoints},
+    {"point 1", CheckPointEntry, "1", 1, ""}, {"point 2048", CheckPointEntry, "2048", 2048, ""},
+    {"point 0", CheckPointEntry, "0", 0, kPoints}, {"point 2049", CheckPointEntry, "2049", 2049, kPoints},
     {"frequency as the low bound shows", CheckFrequency, "70", 70, ""},
     {"frequency as the high bound shows", CheckFrequency, "80.000 MHz", 80, ""},
     {"frequency below", CheckFrequency, "69.999", 69.999,

@@ -1,14 +1,10 @@
-// The plot: labels and grid spacing, where the trace key goes, and pictures drawn by the
-// one drawing routine, examined pixel by pixel: the level grid at the checked division,
-// a translucent key in the chosen corner, traces one device pixel wide at both pixel
-// ratios, no segment across the two halves or a pen lift, switched-off traces absent,
-// inverting cursors, palettes, and a redraw that changes nothing it was given.
+// The plot: labels, grid spacing and where the trace key goes, and pictures from the one
+// drawing routine examined pixel by pixel.
 #include <QPainter>
 #include <QtTest>
 
 #include <cmath>
 #include <functional>
-#include <memory>
 
 #include "test_support.h"
 #include "view/plot_renderer.h"
@@ -71,17 +67,17 @@ QRgb Rgb(ColorRef c) { return qRgb(RedOf(c), GreenOf(c), BlueOf(c)); }
 // The device pixel an aliased line at this coordinate lands on.
 int Pixel(double at) { return static_cast<int>(std::floor(at)); }
 
-// Pixels of `color` in a column or part of a row of the image (device pixels).
-int CountInColumn(const QImage& image, int x, QRgb color) {
+// Pixels of a rectangle of the image (device pixels) that `match`, or that are of one colour.
+int Count(const QImage& image, const QRect& r, const std::function<bool(QRgb)>& match) {
   int n = 0;
-  for (int y = 0; y < image.height(); ++y) n += image.pixel(x, y) == color;
+  for (int y = r.top(); y <= r.bottom(); ++y)
+    for (int x = r.left(); x <= r.right(); ++x) n += match(image.pixel(x, y));
   return n;
 }
-int CountInRow(const QImage& image, int y, int fromX, int toX, QRgb color) {
-  int n = 0;
-  for (int x = fromX; x <= toX; ++x) n += image.pixel(x, y) == color;
-  return n;
+int Count(const QImage& image, const QRect& r, QRgb color) {
+  return Count(image, r, [=](QRgb p) { return p == color; });
 }
+int CountInColumn(const QImage& image, int x, QRgb color) { return Count(image, {x, 0, 1, image.height()}, color); }
 
 }  // namespace
 
@@ -192,35 +188,26 @@ class PlotTest : public QObject {
   void keyIsTranslucentInTheChosenCorner() {
     for (const bool highOnLeft : {true, false}) {
       // Above the box on the high side, through the middle of the box on the other.
-      const TraceSet traces = ShapedTraces(
-          [&](float x) { return (highOnLeft ? x < 60 : x > 240) ? 122.0f : 103.0f; }, true);
+      const TraceSet traces =
+          ShapedTraces([&](float x) { return (highOnLeft ? x < 60 : x > 240) ? 122.0f : 103.0f; }, true);
       const PlotScene scene = SceneOf(traces);
       const QImage image = RenderPlot(scene, kSize, 1);
       const PixelRect a = MappingFor(kSize).Area();
       // The key's text: bright grey (the legend colour, smoothed); the grid is a darker grey.
-      auto text = [&](int fromX, int toX) {
-        int n = 0;
-        for (int y = Pixel(a.Top) + 9; y < Pixel(a.Top) + 40; ++y)
-          for (int x = fromX; x <= toX; ++x) {
-            const QRgb p = image.pixel(x, y);
-            n += qRed(p) == qGreen(p) && qGreen(p) == qBlue(p) && qRed(p) > 120;
-          }
-        return n;
+      const auto text = [&](int fromX) {
+        return Count(image, {fromX, Pixel(a.Top) + 9, 92, 31},
+                     [](QRgb p) { return qRed(p) == qGreen(p) && qGreen(p) == qBlue(p) && qRed(p) > 120; });
       };
-      const int keyLeft = text(Pixel(a.Left) + 9, Pixel(a.Left) + 100);
-      const int keyRight = text(Pixel(a.Right()) - 100, Pixel(a.Right()) - 9);
+      const int keyLeft = text(Pixel(a.Left) + 9), keyRight = text(Pixel(a.Right()) - 100);
       QVERIFY((highOnLeft ? keyRight : keyLeft) > 20);
       QCOMPARE(highOnLeft ? keyLeft : keyRight, 0);
       // The peak hold trace under the key, dimmed by the ground rather than hidden.
       const QRgb hold = Rgb(scene.Colors[kPeakHoldColor]);
-      const int row = Pixel(MappingFor(kSize).ToPixelY(-103));
       const int from = highOnLeft ? Pixel(a.Right()) - 90 : Pixel(a.Left) + 10;
-      int dimmed = 0;
-      for (int x = from; x < from + 80; ++x) {
-        const QRgb p = image.pixel(x, row);
-        dimmed += std::abs(qRed(p) - qRed(hold) * 95 / 255) <= 3 &&
-                  std::abs(qGreen(p) - qGreen(hold) * 95 / 255) <= 3 && std::abs(qBlue(p) - qBlue(hold) * 95 / 255) <= 3;
-      }
+      const int dimmed = Count(image, {from, Pixel(MappingFor(kSize).ToPixelY(-103)), 80, 1}, [=](QRgb p) {
+        const auto near = [](int got, int full) { return std::abs(got - full * 95 / 255) <= 3; };
+        return near(qRed(p), qRed(hold)) && near(qGreen(p), qGreen(hold)) && near(qBlue(p), qBlue(hold));
+      });
       QVERIFY2(dimmed > 40, qPrintable(QString::number(dimmed)));
     }
   }
@@ -256,10 +243,12 @@ class PlotTest : public QObject {
       }
       const QImage image = RenderPlot(SceneOf(traces), kSize, 1);
       // A joining segment would run level at 100 dB between the two points.
-      const int from = Pixel(map.ToPixelX(lift ? 252 : 10)), to = Pixel(map.ToPixelX(lift ? 258 : 290));
-      QCOMPARE(CountInRow(image, Pixel(map.ToPixelY(-100)), from, to, trace), 0);
-      // The traces themselves are there.
-      QVERIFY(CountInRow(image, Pixel(map.ToPixelY(-5)), Pixel(map.ToPixelX(210)), Pixel(map.ToPixelX(240)), trace) > 0);
+      const auto row = [&](double level, double from, double to) {
+        return Count(image, QRect(QPoint(Pixel(map.ToPixelX(from)), Pixel(map.ToPixelY(-level))),
+                                  QPoint(Pixel(map.ToPixelX(to)), Pixel(map.ToPixelY(-level)))), trace);
+      };
+      QCOMPARE(row(100, lift ? 252 : 10, lift ? 258 : 290), 0);
+      QVERIFY(row(5, 210, 240) > 0);  // the traces themselves are there
     }
     TraceSet traces = FlatTraces(50);
     traces.TraceVisible = {false, false, false, false};

@@ -1,10 +1,6 @@
-// The view window's arithmetic without a window: presets with their uneven divisors,
-// zoom limits at their exact edges, pan steps, the previous view, zoom to fit cursors,
-// the scroll bars in negated units, the check-mark ladders, and the live spectrum's
-// full view on the first capture and on a new band, the first window's place.
+// The view window's arithmetic without a window, the live spectrum's full view on the
+// first capture and on a new band, and the first window's place.
 #include <QtTest>
-
-#include <memory>
 
 #include "link/capture_block.h"
 #include "test_support.h"
@@ -80,9 +76,9 @@ class ViewWindowTest : public QObject {
         continue;
       }
       QCOMPARE(v.PreviousView, before);
-      QCOMPARE(v.Scale.ScaleWidth, static_cast<float>(before.ScaleWidth * (in ? 0.6667 : 1.75)));
-      QCOMPARE(v.Scale.ScaleHeight, static_cast<float>(before.ScaleHeight * (in ? 0.6667 : 1.75)));
-      QCOMPARE(v.Scale.CenterX(), 100.0f);
+      const double factor = in ? 0.6667 : 1.75;
+      QCOMPARE(QList<float>({v.Scale.ScaleWidth, v.Scale.ScaleHeight, v.Scale.CenterX()}),
+               QList<float>({float(before.ScaleWidth * factor), float(before.ScaleHeight * factor), 100.0f}));
       QVERIFY(qAbs(v.Scale.CenterY() + 50) < 1e-3);
       QVERIFY(v.RestorePrevious().Redraw);
       QCOMPARE(v.Scale, before);
@@ -150,9 +146,9 @@ class ViewWindowTest : public QObject {
     QVERIFY(!v.VScrollChange(0, ScrollAction::Increase).Redraw && !v.VScrollChange(0, ScrollAction::Decrease).Redraw);
   }
 
+  // A thumb drag moves by the whole drag: 1% of the view per horizontal unit, 1 dB per
+  // vertical unit; an arrow or track click pans one step in its own direction.
   void scrollBarEvents() {
-    // A thumb drag moves by the whole drag: 1% of the view per horizontal unit, 1 dB per
-    // vertical unit; an arrow or track click pans one step in its own direction.
     ViewWindow v = BandView();
     v.HScrollScroll();
     v.HScrollScroll();  // still the same drag
@@ -171,7 +167,6 @@ class ViewWindowTest : public QObject {
     QCOMPARE(v.Scale.ScaleLeft, 3.0f);  // the action, not the value, gives the direction
     v.VScrollChange(26, ScrollAction::Decrease);
     QCOMPARE(v.Scale.ScaleTop, -102.5f);
-    QCOMPARE(v.VScroll.Arrows, 0);
     v.VScrollChange(v.VScroll.Min, ScrollAction::Decrease);
     QCOMPARE(v.VScroll.Arrows, 2);
 
