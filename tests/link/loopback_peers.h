@@ -1,14 +1,12 @@
 #pragma once
-// Loopback peers for link tests: a port that accepts and never answers, and a port on
-// which nothing listens.
+// Loopback peers: a port that accepts and never answers, and one where nothing listens.
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace tavrix::testing {
 
-// A loopback listener that never accepts: the kernel completes the connection, and then
-// nothing ever answers. Closed with the object.
+// Never accepts: the kernel completes the connection, and then nothing ever answers.
 class MuteListener {
  public:
   MuteListener() {

@@ -1,6 +1,6 @@
 #pragma once
-// Stands in for the window's notices in link tests: records what the operator would see
-// and answers a Yes/No question from a script (any other box with OK).
+// The window's notices in tests: records what the operator would see, and answers a Yes/No
+// question as scripted (any other box with OK).
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -21,6 +21,13 @@ class RecordingNotices : public Notices {
                     MessageIcon icon) override {
     boxes.push_back({text, title, buttons, icon});
     return buttons == MessageButtons::YesNo ? answer : MessageAnswer::Ok;
+  }
+  // The boxes so far, "title|text" a line; one with other buttons or icon is marked so.
+  std::string Shown(MessageButtons buttons = MessageButtons::Ok, MessageIcon icon = MessageIcon::Information) const {
+    std::string shown;
+    for (const Box& b : boxes)
+      shown += (shown.empty() ? "" : "\n") + b.title + "|" + b.text + (b.buttons == buttons && b.icon == icon ? "" : " [other]");
+    return shown;
   }
   bool SawStatus(const std::string& text) const {
     return std::find(statuses.begin(), statuses.end(), text) != statuses.end();

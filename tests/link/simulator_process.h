@@ -1,10 +1,8 @@
 #pragma once
-// A simulated demodulator for tests and benchmarks: tools/demod_sim.py started on a free
-// loopback port, with its command log and the blocks it served in a temporary folder, and
-// stopped when the object goes.
+// A simulated demodulator: tools/demod_sim.py on a free loopback port, its command log and
+// the blocks it served in a temporary folder; stopped with the object.
 #include <QByteArray>
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QString>
@@ -13,19 +11,14 @@
 #include <QThread>
 
 #include <string>
-
-#ifndef TAVRIX_SOURCE_DIR
-#error "TAVRIX_SOURCE_DIR must name the project's source folder"
-#endif
+#include <utility>
 
 namespace tavrix::testing {
 
 class SimulatorProcess {
  public:
-  // Starts the simulator with the given options (see tools/demod_sim.py --help) and waits
-  // a few seconds at most for it to listen. Check Started() before use.
+  // Started with the options of tools/demod_sim.py; check Started() before use.
   explicit SimulatorProcess(const QStringList& options = {}) : options_(options) { Launch(0); }
-
   ~SimulatorProcess() { Stop(); }
 
   // The unit dies at once, as a unit that loses power does.
@@ -33,41 +26,26 @@ class SimulatorProcess {
     process_.kill();
     process_.waitForFinished(kStopMs);
   }
-  // The unit comes back on the same port with the same options; its log and its count of
-  // served blocks start again.
+  // Back on the same port with the same options; the log and the served blocks start again.
   bool Restart() {
     Stop();
-    const int port = port_;
-    port_ = 0;
-    Launch(port);
+    Launch(std::exchange(port_, 0));
     return Started();
   }
 
-  SimulatorProcess(const SimulatorProcess&) = delete;
-  SimulatorProcess& operator=(const SimulatorProcess&) = delete;
-
   bool Started() const { return port_ > 0; }
   int Port() const { return port_; }
-  // The unit's address as the viewer takes it: "127.0.0.1:<port>".
   std::string Address() const { return "127.0.0.1:" + std::to_string(port_); }
 
-  // The command and event log so far, one entry a line ("CONNECT", "RETR spectrum:",
-  // "SENT 8224 complete", ...; see tools/demod_sim.py).
-  QStringList LogLines() const {
-    QFile file(LogPath());
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
-  }
-  // How many log lines are `entry` exactly, or start with it followed by a space when
-  // `prefix` is set ("SENT" counts "SENT 8224 complete").
+  // The command and event log so far, one entry a line ("CONNECT", "SENT 8224 complete", ...).
+  QStringList LogLines() const { return QString::fromUtf8(ReadFile("log")).split('\n', Qt::SkipEmptyParts); }
+  // Log lines that are `entry`, or with `prefix` start with it and a space.
   int Count(const QString& entry, bool prefix = false) const {
     int n = 0;
-    for (const QString& line : LogLines())
-      if (line == entry || (prefix && line.startsWith(entry + ' '))) ++n;
+    for (const QString& line : LogLines()) n += line == entry || (prefix && line.startsWith(entry + ' '));
     return n;
   }
-  // Waits (a few seconds at most) until Count(entry, prefix) reaches `atLeast`; for events
-  // the simulator logs after the client has moved on, such as DISCONNECT.
+  // For events logged after the client has moved on, such as DISCONNECT.
   bool WaitForCount(const QString& entry, int atLeast, bool prefix = false) const {
     const QDeadlineTimer deadline(kStartMs);
     while (Count(entry, prefix) < atLeast) {
@@ -76,52 +54,40 @@ class SimulatorProcess {
     }
     return true;
   }
-
-  // The n-th block the simulator served (1 for the first), byte for byte; empty if none.
+  // The n-th block served (1 for the first), byte for byte; empty if none.
   std::string ServedBlock(int n) const {
-    QFile file(folder_.filePath(QString("block_%1.bin").arg(n, 4, 10, QChar('0'))));
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    const QByteArray bytes = file.readAll();
-    return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
+    return ReadFile(QString("block_%1.bin").arg(n, 4, 10, QChar('0'))).toStdString();
   }
-
-  // What the simulator wrote to stderr (empty unless something went wrong inside it).
-  QString ErrorText() const {
-    QFile file(folder_.filePath("stderr"));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-  }
+  // Empty unless something went wrong inside the simulator.
+  QString ErrorText() const { return QString::fromUtf8(ReadFile("stderr")); }
 
  private:
-  static constexpr int kStartMs = 5000;
-  static constexpr int kStopMs = 3000;
+  static constexpr int kStartMs = 5000, kStopMs = 3000;
 
-  QString LogPath() const { return folder_.filePath("log"); }
+  QByteArray ReadFile(const QString& name) const {
+    QFile file(folder_.filePath(name));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+  }
 
   void Launch(int port) {
-    QStringList arguments{QStringLiteral(TAVRIX_SOURCE_DIR "/tools/demod_sim.py"),
-                          "--port", QString::number(port), "--log", LogPath(), "--dump-dir", folder_.path()};
-    arguments += options_;
-    // The system Python has Debian's pyftpdlib; a "python3" found first on the PATH (pyenv,
-    // venv) only passes the script on to it, at a cost of a few tenths of a second.
+    // The system Python has Debian's pyftpdlib; a "python3" first on the PATH (pyenv, venv)
+    // only passes the script on to it, at a cost of a few tenths of a second.
     process_.setProgram(QFile::exists("/usr/bin/python3") ? "/usr/bin/python3" : "python3");
-    process_.setArguments(arguments);
+    process_.setArguments(QStringList{TAVRIX_SOURCE_DIR "/tools/demod_sim.py", "--port", QString::number(port), "--log",
+                                      folder_.filePath("log"), "--dump-dir", folder_.path()} + options_);
     process_.setStandardErrorFile(folder_.filePath("stderr"), QIODevice::Append);
     process_.start();
     QByteArray line;
     const QDeadlineTimer deadline(kStartMs);
-    while (!line.endsWith('\n') && !deadline.hasExpired() && process_.state() != QProcess::NotRunning) {
+    while (!line.endsWith('\n') && !deadline.hasExpired() && process_.state() != QProcess::NotRunning)
       if (process_.waitForReadyRead(static_cast<int>(deadline.remainingTime()))) line += process_.readLine();
-    }
     if (line.startsWith("LISTENING ")) port_ = line.mid(10).trimmed().toInt();
   }
 
   void Stop() {
     if (process_.state() == QProcess::NotRunning) return;
     process_.terminate();
-    if (!process_.waitForFinished(kStopMs)) {
-      process_.kill();
-      process_.waitForFinished(kStopMs);
-    }
+    if (!process_.waitForFinished(kStopMs)) process_.kill(), process_.waitForFinished(kStopMs);
   }
 
   QStringList options_;
@@ -131,3 +97,7 @@ class SimulatorProcess {
 };
 
 }  // namespace tavrix::testing
+
+#define START_SIMULATOR(sim, ...)                                       \
+  tavrix::testing::SimulatorProcess sim{QStringList{__VA_ARGS__}};      \
+  QVERIFY2(sim.Started(), qPrintable("simulator did not start: " + sim.ErrorText()))

@@ -1,11 +1,11 @@
-// The acquisition cycle against the simulated unit: the first connection and its failures,
-// one poll or single step with each fault the unit can show, stop and start, and a window
-// that keeps running while the unit stalls. The controls must always agree with the state.
+// The acquisition cycle against the simulated unit: the first connection, one poll or single
+// step with each fault, stop and start, and a stalled unit. The controls agree with the state.
 #include <QSignalSpy>
 #include <QtTest>
 
 #include <memory>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 #include "link/acquisition_cycle.h"
@@ -50,11 +50,6 @@ struct Harness {
     QCOMPARE(cycle->Display().StopGoCaption, std::string(running ? runningCaption : kStartCaption));
     QCOMPARE(cycle->Display().SingleStepEnabled, !running && modem.has_value());
   }
-  void CheckBox(const std::string& title, const std::string& text, MessageButtons buttons) const {
-    QCOMPARE(notices.boxes.size(), size_t(1));
-    QCOMPARE(notices.boxes[0].title + "|" + notices.boxes[0].text, title + "|" + text);
-    QVERIFY(notices.boxes[0].buttons == buttons && notices.boxes[0].icon == MessageIcon::Critical);
-  }
   std::optional<ModemInfo> modem;
   RecordingNotices notices;
   std::vector<std::string> blocks;
@@ -82,8 +77,7 @@ class AcquisitionCycleTest : public QObject {
     QFETCH(QString, unit);
     QFETCH(bool, ctrlS);
     QFETCH(QString, status);
-    SimulatorProcess sim(unit == "refusing" ? QStringList{"--refuse-after", "0"} : QStringList{});
-    QVERIFY(sim.Started());
+    START_SIMULATOR(sim, unit == "refusing" ? QStringList{"--refuse-after", "0"} : QStringList{});
     MuteListener mute;
     const int port = unit == "mute" ? mute.Port() : unit == "nothing" ? FreePort() : sim.Port();
     const std::string address = unit == "none" ? "" : "127.0.0.1:" + std::to_string(port);
@@ -105,12 +99,10 @@ class AcquisitionCycleTest : public QObject {
     QVERIFY(h.notices.SawStatus("Successful network access..."));
     QCOMPARE(h.notices.SawStatus(kAttempting), !address.empty());
     QCOMPARE(h.cycle->StatusTimerEnabled(), ctrlS);
-    if (unit == "refusing" || unit == "nothing")
-      h.CheckBox("Cannot Connect To Server",
-                 "A connection to the Tavrix modem [Sim] at IP address " + address + " could not be established!",
-                 MessageButtons::Ok);
-    else
-      QVERIFY(h.notices.boxes.empty());
+    QCOMPARE(h.notices.Shown(MessageButtons::Ok, MessageIcon::Critical),
+             unit == "refusing" || unit == "nothing" ? "Cannot Connect To Server|A connection to the Tavrix modem [Sim] "
+                                                       "at IP address " + address + " could not be established!"
+                                                     : "");
     QCOMPARE(QString::fromStdString(h.notices.statuses.back()), status);
     // With no unit current, the commands have nothing to act on.
     if (address.empty()) {
@@ -123,29 +115,23 @@ class AcquisitionCycleTest : public QObject {
 
   void onePoll_data() {
     QTest::addColumn<QStringList>("options");
-    QTest::addColumn<bool>("step");      // a single step from stopped, rather than a poll
-    QTest::addColumn<bool>("yes");       // the answer to the connection-lost question
-    QTest::addColumn<int>("blocks");     // processed
-    QTest::addColumn<int>("requested");  // of ReadFromFile
-    QTest::newRow("whole block") << QStringList{} << false << true << 1 << kNominalBlockLength;
-    QTest::newRow("no size") << QStringList{"--no-size"} << false << true << 1 << kNominalBlockLength;
-    QTest::newRow("empty read") << QStringList{"--short-block", "0"} << false << true << 0 << 0;
-    QTest::newRow("lost, Yes") << QStringList{"--refuse-after", "1"} << false << true << 0 << 0;
-    QTest::newRow("lost, No") << QStringList{"--refuse-after", "1"} << false << false << 0 << 0;
-    QTest::newRow("single step") << QStringList{} << true << true << 1 << kNominalBlockLength;
-    QTest::newRow("capture refused") << QStringList{"--reject-capture"} << false << true << 0 << 0;
-    QTest::newRow("short of its size") << QStringList{"--short-block", "4000", "--size-says", "8224"} << false << true
-                                       << 1 << kNominalBlockLength;
+    QTest::addColumn<QString>("how");  // "poll", "step" from stopped, or "No" to the connection-lost question
+    QTest::addColumn<int>("blocks");   // processed, each read with a request for the nominal length
+    const QStringList lost{"--refuse-after", "1"};
+    for (const auto& [name, options, how, blocks] : std::initializer_list<std::tuple<const char*, QStringList, QString, int>>{
+             {"whole block", {}, "poll", 1}, {"no size", {"--no-size"}, "poll", 1},
+             {"empty read", {"--short-block", "0"}, "poll", 0}, {"lost, Yes", lost, "poll", 0}, {"lost, No", lost, "No", 0},
+             {"single step", {}, "step", 1}, {"capture refused", {"--reject-capture"}, "poll", 0},
+             {"short of its size", {"--short-block", "4000", "--size-says", "8224"}, "poll", 1}})
+      QTest::newRow(name) << options << how << blocks;
   }
 
   void onePoll() {
     QFETCH(QStringList, options);
-    QFETCH(bool, step);
-    QFETCH(bool, yes);
+    QFETCH(QString, how);
     QFETCH(int, blocks);
-    QFETCH(int, requested);
-    SimulatorProcess sim(options);
-    QVERIFY(sim.Started());
+    const bool step = how == "step", yes = how != "No";
+    START_SIMULATOR(sim, options);
     Harness h(sim.Address());
     h.notices.answer = yes ? MessageAnswer::Yes : MessageAnswer::No;
     if (step)
@@ -164,7 +150,7 @@ class AcquisitionCycleTest : public QObject {
       QCOMPARE(h.blocks[0], sim.ServedBlock(1));  // byte for byte as served
       QCOMPARE(h.cycle->State().RawBlock, h.blocks[0]);
     }
-    QCOMPARE(h.cycle->State().LastReadRequest, requested);
+    QCOMPARE(h.cycle->State().LastReadRequest, blocks > 0 ? kNominalBlockLength : 0);
     // What arrived is shown all the same, and the operator told it was not all.
     QCOMPARE(h.notices.SawStatus("Short capture received (4000 of 8224 bytes)"), options.contains("--size-says"));
     QVERIFY(!h.cycle->State().RequestBusy && !h.cycle->State().FetchBusy && !h.cycle->TickInProgress());
@@ -175,13 +161,11 @@ class AcquisitionCycleTest : public QObject {
     QCOMPARE(h.cycle->State().LostShown, lost);
     QCOMPARE(h.notices.SawStatus("Communications have been aborted!"), !yes);
     QCOMPARE(h.cycle->StatusTimerEnabled(), !yes || options.contains("--size-says"));
-    if (lost)  // the refused reconnection says nothing more
-      h.CheckBox("Server Connection Lost",
-                 "The connection to the Tavrix modem [Sim] at IP address " + sim.Address() +
-                     " has been lost!  Do you wish to re-establish communications?",
-                 MessageButtons::YesNo);
-    else
-      QVERIFY(h.notices.boxes.empty());
+    // The refused reconnection says nothing more.
+    QCOMPARE(h.notices.Shown(MessageButtons::YesNo, MessageIcon::Critical),
+             lost ? "Server Connection Lost|The connection to the Tavrix modem [Sim] at IP address " + sim.Address() +
+                        " has been lost!  Do you wish to re-establish communications?"
+                  : "");
     if (lost || step || refused) return;
     // The connection left open carries the next tick, which takes a new capture.
     QVERIFY(h.Poll());
@@ -192,8 +176,7 @@ class AcquisitionCycleTest : public QObject {
   }
 
   void unitGoneBetweenPollsIsAskedAboutAndWaitedFor() {
-    SimulatorProcess sim;
-    QVERIFY(sim.Started());
+    START_SIMULATOR(sim);
     Harness h(sim.Address());
     QVERIFY(h.ConnectFirst() && h.Poll());
     sim.Kill();
@@ -221,8 +204,7 @@ class AcquisitionCycleTest : public QObject {
 
   void stopAndStart() {
     QFETCH(bool, resumes);
-    SimulatorProcess sim(resumes ? QStringList{} : QStringList{"--refuse-after", "1"});
-    QVERIFY(sim.Started());
+    START_SIMULATOR(sim, resumes ? QStringList{} : QStringList{"--refuse-after", "1"});
     Harness h(sim.Address());
     QVERIFY(h.ConnectFirst());
     h.cycle->StopGo_Click();
@@ -252,8 +234,7 @@ class AcquisitionCycleTest : public QObject {
   }
 
   void stallingUnitNeitherBlocksTheWindowNorOutlivesAStop() {
-    SimulatorProcess sim({"--stall-transfer", "2"});
-    QVERIFY(sim.Started());
+    START_SIMULATOR(sim, "--stall-transfer", "2");
     Harness h(sim.Address());
     QVERIFY(h.ConnectFirst());
     QSignalSpy done(h.cycle.get(), &AcquisitionCycle::tickFinished);

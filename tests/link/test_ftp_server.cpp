@@ -1,6 +1,5 @@
-// The FTP client against the simulated demodulator: reads and the capture request on one
-// connection, every fault the unit, the network or the operator can cause, the other
-// operations of the class, and the text helpers behind its messages.
+// The FTP client against the simulated unit: reads and the capture request on one connection,
+// every fault of the unit, the network or the operator, the other operations, the text helpers.
 #include <QFile>
 #include <QScopeGuard>
 #include <QTemporaryDir>
@@ -8,12 +7,13 @@
 
 #include <atomic>
 #include <chrono>
+#include <fstream>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
 #include <thread>
-#include <vector>
+#include <tuple>
 
 #include "link/ftp_server.h"
 #include "link/ftp_text.h"
@@ -29,9 +29,7 @@ using namespace tavrix::testing;
 
 namespace {
 
-constexpr int kBlock = 8224;
-constexpr int kHalfBlock = kBlock / 2;
-
+constexpr int kBlock = 8224, kHalfBlock = kBlock / 2;
 const FtpLimits kFast{.connectTimeoutMs = 1000, .transferTimeoutMs = 3000, .stallTimeoutMs = 400, .releasePauseMs = 0};
 
 std::unique_ptr<FTP_Server> Client(const std::string& address, Notices* notices = nullptr, FtpLimits limits = kFast) {
@@ -41,8 +39,7 @@ std::unique_ptr<FTP_Server> Client(const std::string& address, Notices* notices 
   return client;
 }
 
-// Opens "spectrum:" and reads the size the server reported (8224 when none); the count
-// read, or -1 when the file did not open.
+// Reads "spectrum:" for the size the server reported (8224 when none): the count, or -1.
 int32_t Read(FTP_Server& client) {
   client.SetReadFileName("spectrum:");
   if (!client.OpenForRead()) return -1;
@@ -58,17 +55,9 @@ int32_t Write(FTP_Server& client, const std::string& bytes, const std::string& n
   return client.WriteToFile();
 }
 
-void WriteBytes(const QString& path, const QByteArray& bytes) {
-  QFile file(path);
-  QVERIFY(file.open(QIODevice::WriteOnly));
-  file.write(bytes);
-}
-
-// What the unit (or the network, or the operator) does, and what the client then says: a
-// connection that fails, a refused write, or a read of "spectrum:" that gets less than a
-// whole block with its size. In the texts {sim} is the simulator's port, {mute} a port
-// that accepts and never answers, {free} a port where nothing listens, {address} the
-// unit's address.
+// A fault and what the client then says: a failed connection, a refused write, or a read of
+// "spectrum:" short of a whole block with its size. In the texts {sim} is the simulator's
+// port, {mute} one that never answers, {free} one where nothing listens, {address} the unit's.
 constexpr int kNoAbort = -1, kWhenStalled = -2;
 struct Fault {
   const char* name = "";
@@ -126,10 +115,6 @@ const Fault kFaults[] = {
 };
 
 }  // namespace
-
-#define START_SIMULATOR(sim, ...)                 \
-  SimulatorProcess sim{QStringList{__VA_ARGS__}}; \
-  QVERIFY2(sim.Started(), qPrintable("simulator did not start: " + sim.ErrorText()))
 
 class FtpServerTest : public QObject {
   Q_OBJECT
@@ -213,9 +198,7 @@ class FtpServerTest : public QObject {
     if (f.connects && f.write != nullptr) {
       QCOMPARE(written, 0);
       QCOMPARE(sim.Count("CAPTURE 1"), 0);
-      QCOMPARE(notices.boxes.size(), size_t(1));
-      QCOMPARE(notices.boxes[0].text, why.substr(std::string("refused: ").size()) + "\r\n");
-      QCOMPARE(notices.boxes[0].title, std::string("FPT Error 550"));
+      QCOMPARE(notices.Shown(), "FPT Error 550|" + why.substr(std::string("refused: ").size()) + "\r\n");
       QCOMPARE(Read(*client), kBlock);  // a refusal leaves the connection as it was
     } else if (f.connects && why.starts_with("data connection")) {  // the read of "spectrum:" got none
       QVERIFY(!opened);
@@ -240,9 +223,7 @@ class FtpServerTest : public QObject {
       client->SetDeleteFileName("spectrum:");
       QVERIFY(!client->DeleteFile());
       QCOMPARE(client->FindFirstFile(), 0u);
-      QCOMPARE(notices.boxes.size(), size_t(1));
-      QCOMPARE(notices.boxes[0].text + "|" + notices.boxes[0].title,
-               std::string("Last response information could not be read!|FTP"));
+      QCOMPARE(notices.Shown(), std::string("FTP|Last response information could not be read!"));
     }
   }
 
@@ -257,18 +238,9 @@ class FtpServerTest : public QObject {
     QCOMPARE(Read(*first), -1);
   }
 
-  // File handles, names, the directory and the server's last reply, local files and the
-  // find, one after the other on one connection.
+  // File handles, the directory and the server's last reply, local files and the find, one
+  // after the other on one connection.
   void otherOperations() {
-    FTP_Server names(nullptr, kFast);
-    const std::string withZero("abc\0", 4);
-    for (const std::string& given : {std::string("abc"), withZero}) {
-      names.SetDeleteFileName(given);
-      names.SetDownloadFileName(given);
-      names.SetNewUpLoadFileName(given);
-      QCOMPARE(names.DeleteFileName() + names.DownloadFileName() + names.NewUpLoadFileName(),
-               withZero + withZero + withZero);
-    }
     START_SIMULATOR(sim);
     RecordingNotices notices;
     auto client = Client(sim.Address(), &notices);
@@ -297,55 +269,45 @@ class FtpServerTest : public QObject {
     QCOMPARE(client->ReadBuffer(), std::string());
 
     // The last reply goes under "FPT" when it was a success, with " Error n" for a refusal.
+    const auto cwd = [&](const char* name) { return client->SetDirectoryName(name), client->SetCurrentDirectory(); };
     QCOMPARE(client->GetCurrentDirectory(), std::string("/"));
     client->ShowLastResponseInfo();
-    client->SetDirectoryName("elsewhere");
-    QVERIFY(!client->SetCurrentDirectory());
+    QVERIFY(!cwd("elsewhere"));
     client->ShowLastResponseInfo();
     QCOMPARE(client->GetCurrentDirectory(), std::string("/"));  // still connected
-    client->SetDirectoryName("/");
-    QVERIFY(client->SetCurrentDirectory());
+    QVERIFY(cwd("/"));
     QCOMPARE(Read(*client), kBlock);
     client->ShowLastResponseInfo();
-    client->SetDirectoryName("/\r\nDELE spectrum:");  // one argument, never two commands
-    QVERIFY(!client->SetCurrentDirectory());
+    QVERIFY(!cwd("/\r\nDELE spectrum:"));  // one argument, never two commands
     QCOMPARE(sim.Count("CWD elsewhere"), 1);
     QCOMPARE(sim.Count("DELE", true), 0);
-    const std::vector<std::pair<std::string, std::string>> expected{
-        {"257 \"/\" is the current directory.\r\n", "FPT"},
-        {"550 No such directory.\r\n", "FPT Error 550"},
-        {"226 Transfer complete.\r\n", "FPT"}};
-    QCOMPARE(notices.boxes.size(), expected.size());
-    for (size_t i = 0; i < expected.size(); ++i) {
-      QCOMPARE(std::make_pair(notices.boxes[i].text, notices.boxes[i].title), expected[i]);
-      QVERIFY(notices.boxes[i].buttons == MessageButtons::Ok && notices.boxes[i].icon == MessageIcon::Information);
-    }
+    QCOMPARE(notices.Shown(), std::string("FPT|257 \"/\" is the current directory.\r\n\nFPT Error 550|550 No such "
+                                          "directory.\r\n\nFPT|226 Transfer complete.\r\n"));
 
-    // The zero never reaches the server; a local file is kept or replaced as asked.
+    // The unit deletes nothing; a local file is kept or replaced as asked.
     QTemporaryDir dir;
+    const std::string local = dir.filePath("block.bin").toStdString(), missing = dir.filePath("none").toStdString(),
+                      request = dir.filePath("request.bin").toStdString();
+    auto download = [&](const char* remote, const std::string& to, bool failIfExists) {
+      client->SetDownloadFileName(remote);
+      client->SetNewDownLoadFileName(to);
+      client->SetFailIfExists(failIfExists);
+      return client->DownLoadFile();
+    };
     client->SetDeleteFileName("spectrum:");
-    QVERIFY(!client->DeleteFile());  // the unit deletes nothing
-    const QString local = dir.filePath("block.bin");
-    WriteBytes(local, "keep");
-    client->SetDownloadFileName("spectrum:");
-    client->SetNewDownLoadFileName(local.toStdString());
-    client->SetFailIfExists(true);
-    QVERIFY(!client->DownLoadFile());
-    QCOMPARE(ReadWholeFile(local.toStdString()), std::string("keep"));
+    QVERIFY(!client->DeleteFile());
+    std::ofstream(local) << "keep";
+    QVERIFY(!download("spectrum:", local, true));
+    QCOMPARE(ReadWholeFile(local), std::string("keep"));
     QCOMPARE(sim.Count("RETR", true), 3);
-    client->SetFailIfExists(false);
-    QVERIFY(client->DownLoadFile());
-    QCOMPARE(ReadWholeFile(local.toStdString()), sim.ServedBlock(3));
-    const QString missing = dir.filePath("missing.bin");
-    client->SetDownloadFileName("nothing");
-    client->SetNewDownLoadFileName(missing.toStdString());
-    QVERIFY(!client->DownLoadFile());
-    QVERIFY(!QFile::exists(missing));  // no partial file stays
-    client->SetUpLoadFileName(missing.toStdString());
+    QVERIFY(download("spectrum:", local, false));
+    QCOMPARE(ReadWholeFile(local), sim.ServedBlock(3));
+    QVERIFY(!download("nothing", missing, false));
+    QVERIFY(!QFile::exists(QString::fromStdString(missing)));  // no partial file stays
+    client->SetUpLoadFileName(missing);
     QVERIFY(!client->UploadFile());
-    const QString request = dir.filePath("request.bin");
-    WriteBytes(request, QByteArray("\x01"));
-    client->SetUpLoadFileName(request.toStdString());
+    std::ofstream(request) << '\x01';
+    client->SetUpLoadFileName(request);
     client->SetNewUpLoadFileName("capt_spec:");
     QVERIFY(client->UploadFile());
     QCOMPARE(sim.Count("DELE spectrum:"), 1);
@@ -353,32 +315,23 @@ class FtpServerTest : public QObject {
     QCOMPARE(sim.Count("CAPTURE 1"), 1);
     QCOMPARE(sim.Count("CONNECT"), 1);
 
-    // The find lists the matching names; its end is told once per find.
+    // The find lists the matching names and tells its end once; nothing found: no handle,
+    // no name, no notice, and the connection closed.
+    auto find = [&](const std::string& pattern, uint32_t& handle) {
+      client->SetFindFileName(pattern);
+      handle = client->FindFirstFile();
+      std::string names = client->FoundFileName();
+      while (client->FindNextFile()) names.append(",").append(client->FoundFileName());
+      return names;
+    };
     notices.boxes.clear();
     QVERIFY(!client->FindNextFile());  // no find yet: silent
-    client->SetFindFileName("*");
-    const uint32_t first = client->FindFirstFile();
-    QVERIFY(first != 0);
-    QCOMPARE(client->FoundFileName(), std::string("capt_spec:"));
-    QVERIFY(client->FindNextFile());
-    QCOMPARE(client->FoundFileName(), std::string("spectrum:"));
-    QVERIFY(notices.boxes.empty());
-    QVERIFY(!client->FindNextFile());
-    QCOMPARE(notices.boxes.size(), size_t(1));
-    QCOMPARE(notices.boxes[0].text + "|" + notices.boxes[0].title, std::string("No More Files!|FTP"));
-    QVERIFY(notices.boxes[0].buttons == MessageButtons::Ok && notices.boxes[0].icon == MessageIcon::Information);
-    client->SetFindFileName("sp?ctrum*");
-    const uint32_t second = client->FindFirstFile();
-    QVERIFY(second != 0 && second != first);
-    QCOMPARE(client->FoundFileName(), std::string("spectrum:"));
-    QVERIFY(!client->FindNextFile());
-    QCOMPARE(notices.boxes.size(), size_t(2));
-    // Nothing found: no handle, no name, and the connection closed.
-    client->SetFindFileName("*.bin");
-    QCOMPARE(client->FindFirstFile(), 0u);
-    QCOMPARE(client->FoundFileName(), std::string());
-    QVERIFY(!client->FindNextFile());
-    QCOMPARE(notices.boxes.size(), size_t(2));
+    uint32_t first = 0, second = 0, none = 1;
+    QCOMPARE(find("*", first), std::string("capt_spec:,spectrum:"));
+    QCOMPARE(find("sp?ctrum*", second), std::string("spectrum:"));
+    QCOMPARE(find("*.bin", none), std::string());
+    QVERIFY(first != 0 && second != 0 && second != first && none == 0);
+    QCOMPARE(notices.Shown(), std::string("FTP|No More Files!\nFTP|No More Files!"));
     QVERIFY(sim.WaitForCount("QUIT", 1));
     QCOMPARE(Read(*client), -1);
     client->ConnectToServer();
@@ -418,18 +371,11 @@ class FtpServerTest : public QObject {
     }
 
     // A read falls short of a whole capture when it was cut or holds less than the unit said.
-    const struct {
-      int32_t reported;
-      size_t length;
-      const char *cut, *shortfall;
-    } shortfalls[] = {{8224, 8224, "", ""}, {-1, 100, "", ""}, {0, 0, "", ""}, {100, 8224, "", ""},
-                      {8224, 4000, "", "4000 of 8224 bytes"},
-                      {-1, 4112, "transfer stalled", "4112 bytes, transfer stalled"}};
-    for (const auto& row : shortfalls) {
-      FetchOutcome outcome{.opened = true, .reportedSize = row.reported, .block = std::string(row.length, 'b'),
-                           .cutShort = row.cut};
-      QCOMPARE(Shortfall(outcome), std::string(row.shortfall));
-    }
+    for (const auto& [reported, length, cut, shortfall] : std::initializer_list<std::tuple<int, size_t, const char*, const char*>>{
+             {8224, 8224, "", ""}, {-1, 100, "", ""}, {0, 0, "", ""}, {100, 8224, "", ""},
+             {8224, 4000, "", "4000 of 8224 bytes"}, {-1, 4112, "transfer stalled", "4112 bytes, transfer stalled"}})
+      QCOMPARE(Shortfall({.opened = true, .reportedSize = reported, .block = std::string(length, 'b'), .cutShort = cut}),
+               std::string(shortfall));
   }
 
   // What a unit sends is shown with every byte a terminal would act on made visible.
