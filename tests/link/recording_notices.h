@@ -11,27 +11,21 @@ namespace tavrix::testing {
 
 class RecordingNotices : public Notices {
  public:
-  struct Box {
-    std::string text, title;
-    MessageButtons buttons;
-    MessageIcon icon;
-  };
+  struct Box { std::string text, title; MessageButtons buttons; MessageIcon icon; };
   void ShowStatus(const std::string& text, bool) override { statuses.push_back(text); }
   MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
                     MessageIcon icon) override {
     boxes.push_back({text, title, buttons, icon});
     return buttons == MessageButtons::YesNo ? answer : MessageAnswer::Ok;
   }
-  // The boxes so far, "title|text" a line; one with other buttons or icon is marked so.
+  // The boxes so far, "title|text" a line; one with other buttons or icon marked "*".
   std::string Shown(MessageButtons buttons = MessageButtons::Ok, MessageIcon icon = MessageIcon::Information) const {
     std::string shown;
     for (const Box& b : boxes)
-      shown += (shown.empty() ? "" : "\n") + b.title + "|" + b.text + (b.buttons == buttons && b.icon == icon ? "" : " [other]");
-    return shown;
+      shown += "\n" + b.title + '|' + b.text + (b.buttons == buttons && b.icon == icon ? "" : "*");
+    return shown.empty() ? shown : shown.substr(1);
   }
-  bool SawStatus(const std::string& text) const {
-    return std::find(statuses.begin(), statuses.end(), text) != statuses.end();
-  }
+  bool SawStatus(const std::string& text) const { return std::ranges::find(statuses, text) != statuses.end(); }
   std::vector<std::string> statuses;
   std::vector<Box> boxes;
   MessageAnswer answer = MessageAnswer::Yes;

@@ -22,10 +22,7 @@ class SimulatorProcess {
   ~SimulatorProcess() { Stop(); }
 
   // The unit dies at once, as a unit that loses power does.
-  void Kill() {
-    process_.kill();
-    process_.waitForFinished(kStopMs);
-  }
+  void Kill() { process_.kill(); process_.waitForFinished(kStopMs); }
   // Back on the same port with the same options; the log and the served blocks start again.
   bool Restart() {
     Stop();
@@ -70,8 +67,7 @@ class SimulatorProcess {
   }
 
   void Launch(int port) {
-    // The system Python has Debian's pyftpdlib; a "python3" first on the PATH (pyenv, venv)
-    // only passes the script on to it, at a cost of a few tenths of a second.
+    // The system Python has pyftpdlib; a "python3" first on the PATH would only pass it on.
     process_.setProgram(QFile::exists("/usr/bin/python3") ? "/usr/bin/python3" : "python3");
     process_.setArguments(QStringList{TAVRIX_SOURCE_DIR "/tools/demod_sim.py", "--port", QString::number(port), "--log",
                                       folder_.filePath("log"), "--dump-dir", folder_.path()} + options_);
@@ -85,9 +81,8 @@ class SimulatorProcess {
   }
 
   void Stop() {
-    if (process_.state() == QProcess::NotRunning) return;
     process_.terminate();
-    if (!process_.waitForFinished(kStopMs)) process_.kill(), process_.waitForFinished(kStopMs);
+    if (!process_.waitForFinished(kStopMs)) Kill();
   }
 
   QStringList options_;

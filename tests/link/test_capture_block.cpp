@@ -1,5 +1,4 @@
-// Capture block parsing: the fixture blocks field by field, and the block shapes a unit
-// or a broken link can produce (one byte, long, stale start, clamped exponent).
+// Capture blocks: the fixtures field by field, and the shapes a unit or a broken link can produce.
 #include <QtTest>
 
 #include <memory>
@@ -58,9 +57,8 @@ class CaptureBlockTest : public QObject {
       QVERIFY2(*it == e[it.key()], qPrintable(it.key() + " is " + it->toVariant().toString()));
   }
 
-  // The header (centre, trailer word, a repaired stale start), a sample that shows the
-  // shape and the last one, and what the rate exponent sets: rate, scale, format, the
-  // first and the last span caption.
+  // The header (centre, trailer word, a repaired stale start), a telling sample and the last,
+  // and what the rate exponent sets: rate, scale, format, the first and last span caption.
   void blockShapes_data() {
     QTest::addColumn<QByteArray>("block");
     QTest::addColumn<int>("at");

