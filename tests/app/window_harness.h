@@ -1,9 +1,12 @@
-// The real main window for the window tests: every box and dialog answered from a script
-// and recorded, the link's limits short, and the intervals either left to the test (a
-// poll happens when the test calls it) or compressed so that the window runs on its own.
+// The real main window for the window tests, and what they share: every box and dialog
+// answered from a script and recorded, the link's limits short, and the intervals either left
+// to the test (a poll happens when the test calls it) or compressed so the window runs alone.
 #pragma once
 
+#include <QAction>
+#include <QMenu>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
@@ -11,9 +14,16 @@
 #include <memory>
 #include <optional>
 
+#include "app/command_table.h"
+#include "app/entry_box.h"
 #include "app/main_window.h"
+#include "app/plot_widget.h"
 #include "app/status_panels.h"
+#include "common/file_io.h"
 #include "link/recording_notices.h"
+#include "link/simulator_process.h"
+#include "store/settings_store.h"
+#include "view/window_layout.h"
 #include "test_support.h"
 
 namespace tavrix::testing {
@@ -30,22 +40,13 @@ struct WindowHarness {
     o.SettingsFile = settingsFile;
     o.Timing = {.pollMs = live ? 150 : 600000, .connectionMs = live ? 50 : 0, .statusMs = live ? 60000 : 5000,
               .requestWaitMs = 20};
-    o.Limits.transferTimeoutMs = live ? 6000 : 20000;
-    o.Limits.stallTimeoutMs = live ? 1000 : 20000;
-    o.Limits.connectTimeoutMs = 2000;
-    o.Limits.releasePauseMs = 0;
+    o.Limits = {.connectTimeoutMs = 2000, .transferTimeoutMs = live ? 6000 : 20000,
+                .stallTimeoutMs = live ? 1000 : 20000, .releasePauseMs = 0};
     o.Answerer = [this](const Question& q) {
-      questions.push_back(q);
-      return q.Buttons == MessageButtons::Ok ? MessageAnswer::Ok : answer;
+      return questions.push_back(q), q.Buttons == MessageButtons::Ok ? MessageAnswer::Ok : answer;
     };
-    o.ChooseSaveFile = [this](const SaveDialogSetup& setup) {
-      dialogs.push_back(setup);
-      return chosen;
-    };
-    o.ChooseColor = [this](const QString& title, const QColor&) {
-      colorTitles << title;
-      return color;
-    };
+    o.ChooseSaveFile = [this](const SaveDialogSetup& setup) { return dialogs.push_back(setup), chosen; };
+    o.ChooseColor = [this](const QString& title, const QColor&) { return colorTitles << title, color; };
     o.EditModem = [this](Modems& modems, const std::string& edited) {
       RecordingNotices notices;
       return StoreModem(modems, edited, name, address, QDateTime::currentDateTime(), notices);
@@ -56,20 +57,10 @@ struct WindowHarness {
     if (live) w->show();
   }
 
-  // Shown at a size with room for every panel, the noise block on the plot.
-  void ShowNoise(QSize size = {1000, 640}) {
-    w->resize(size);
-    w->show();
-    QVERIFY(QTest::qWaitForWindowExposed(w.get()));
-    w->ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
-  }
-  bool WaitConnected() {
+  // Waits for the next connection to end, after choosing `unit` when one is given; true when it connected.
+  bool WaitConnected(const std::string& unit = {}) {
     QSignalSpy done(&w->Cycle(), &AcquisitionCycle::connectFinished);
-    return done.wait(kWaitMs) && done.last().first().toBool();
-  }
-  bool Connect(const std::string& unit) {
-    QSignalSpy done(&w->Cycle(), &AcquisitionCycle::connectFinished);
-    w->SetCurrentModem(ModemInfo{"Sim", unit});
+    if (!unit.empty()) w->SetCurrentModem(ModemInfo{"Sim", unit});
     return done.wait(kWaitMs) && done.last().first().toBool();
   }
   // One whole poll tick; true when it showed a capture.
@@ -97,5 +88,18 @@ struct WindowHarness {
   int captures = 0;
   std::unique_ptr<frmMain> w;
 };
+
+// A table-driven test: its _data function calls AddRows(kRows), which names one row per
+// entry, and the test takes its entry with Row(kRows).
+template <typename T, size_t N>
+void AddRows(const T (&rows)[N]) {
+  QTest::addColumn<int>("row");
+  for (size_t i = 0; i < N; ++i) QTest::newRow(rows[i].name) << int(i);
+}
+template <typename T, size_t N>
+const T& Row(const T (&rows)[N]) {
+  QFETCH(int, row);
+  return rows[row];
+}
 
 }  // namespace tavrix::testing
