@@ -13,6 +13,7 @@
 
 #include "app/command_line.h"
 #include "app/export_command.h"
+#include "common/file_io.h"
 #include "test_support.h"
 
 using namespace tavrix;
@@ -41,8 +42,7 @@ class CommandLineTest : public QObject {
  private slots:
   void initTestCase() {
     QVERIFY(QDir::setCurrent(dir_.path()));
-    QFile big("big.bin");  // larger than any capture block can be
-    QVERIFY(big.open(QIODevice::WriteOnly) && big.write(QByteArray(kMaxBlockFileBytes + 1, 'x')) > 0);
+    QCOMPARE(WriteFileAtomically("big.bin", std::string(kMaxBlockFileBytes + 1, 'x')), "");  // larger than any block
     QCOMPARE(::mkfifo("fifo", 0600), 0);  // a reader would wait for a writer for ever
   }
 

@@ -171,12 +171,10 @@ class WindowTest : public QObject {
 
   void demoUnitEndsWithTheViewerEvenAfterACrash() {
     QProcess viewer;
-    viewer.setProgram(TAVRIX_VIEWER);
-    viewer.setArguments({"--demo"});
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("QT_QPA_PLATFORM", "offscreen");
     viewer.setProcessEnvironment(env);
-    viewer.start();
+    viewer.start(TAVRIX_VIEWER, {"--demo"});
     QVERIFY(viewer.waitForStarted());
     // The simulator is the viewer's child.
     const auto child = [&] {
