@@ -25,9 +25,8 @@ bool IsDottedQuad(std::string_view text) {
   return parts == 4;
 }
 
-// An IPv6 address as written between the brackets: eight groups of up to four hex digits,
-// one run of them shortened to "::", the last two optionally a dotted IPv4 address. Zones
-// ("%eth0") are not taken.
+}  // namespace
+
 bool IsIpv6Literal(std::string_view text) {
   if (text.size() < 2 || text.size() > 45) return false;
   const size_t gap = text.find("::");
@@ -58,8 +57,6 @@ bool IsIpv6Literal(std::string_view text) {
   }
   return sawGap ? groups < 8 : groups == 8;
 }
-
-}  // namespace
 
 std::optional<ServerAddress> ParseServerAddress(std::string_view text) {
   ServerAddress address;

@@ -17,6 +17,10 @@ struct ServerAddress {
 // kept without them); empty hosts, bad ports and stray colons give nothing.
 std::optional<ServerAddress> ParseServerAddress(std::string_view text);
 
+// An IPv6 address as written between brackets: eight groups of up to four hex digits, one
+// run of them shortened to "::", the last two optionally a dotted IPv4 address; no zone.
+bool IsIpv6Literal(std::string_view text);
+
 // The host as it goes into a URL: an IPv6 address in brackets.
 std::string UrlHost(const ServerAddress& address);
 

@@ -1,9 +1,9 @@
 #include "store/address_check.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <string>
+
+#include "link/server_address.h"
 
 namespace tavrix {
 
@@ -33,11 +33,6 @@ bool PortPasses(std::string_view port) {
   int value = 0;
   for (char c : port) value = value * 10 + (c - '0');
   return value >= 1 && value <= kMaxPort;
-}
-
-bool IsIpv6Literal(std::string_view text) {
-  in6_addr address{};
-  return !text.empty() && inet_pton(AF_INET6, std::string(text).c_str(), &address) == 1;
 }
 
 // "[literal]" or "[literal]:PORT": the literal an IPv6 address, the port as after a dotted
