@@ -67,12 +67,6 @@ uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
   return live_.State.Capture.LeadWord;
 }
 
-bool SameUnit(const std::optional<ModemInfo>& a, const std::optional<ModemInfo>& b) {
-  if (!a || !b) return !a && !b;
-  return QString::fromStdString(a->Name).compare(QString::fromStdString(b->Name), Qt::CaseInsensitive) == 0 &&
-         a->Address == b->Address;
-}
-
 void frmMain::ForgetCaptures() {
   // Another unit's band must never be shown under this unit's name: everything a capture
   // set goes back to how it was before the first one.

@@ -24,6 +24,11 @@ QString MenuCaption(const std::string& name) { return QString::fromStdString(nam
 
 }  // namespace
 
+bool SameUnit(const std::optional<ModemInfo>& a, const std::optional<ModemInfo>& b) {
+  if (!a || !b) return !a && !b;
+  return SameName(a->Name, b->Name) && a->Address == b->Address;
+}
+
 std::optional<ModemInfo> frmMain::CurrentModem() const {
   if (outsideModem_) return outsideModem_;
   const Modem* modem = currentModemName_.empty() ? nullptr : modems_.Item(currentModemName_);
