@@ -96,6 +96,7 @@ void AcquisitionCycle::SetNotPolling() {
 void AcquisitionCycle::Changed() {
   // A single step is offered exactly while updates are stopped and a unit is current.
   display_.SingleStepEnabled = stopped_ && currentModem_().has_value();
+  display_.BusyPointer = connecting_;
   emit displayChanged();
 }
 
@@ -116,7 +117,7 @@ void AcquisitionCycle::StopPolling() {
 
 void AcquisitionCycle::Halt() {
   ++tickGeneration_;  // the tick under way takes no further step
-  reconnecting_ = false;
+  if (unit_ == UnitLink::Retrying) unit_ = UnitLink::LostAsked;
   StopPolling();
   ShowStatus("Tavrix communication has been halted!");
   timerStatus_.start();
@@ -127,7 +128,6 @@ void AcquisitionCycle::Halt() {
 
 void AcquisitionCycle::Connect(bool showStatus, bool noPolling, uint64_t tick, Then then) {
   connecting_ = true;
-  display_.BusyPointer = true;
   Changed();
   const uint64_t attempt = connectGeneration_;
   OnLink<bool>([](LinkSide& link) { return link.EnsureClient(); }, [=, this](bool internet) {
@@ -174,10 +174,8 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
     // The lamp is green only while updates run: a single step or a start with updates
     // stopped leaves it red, as the halted state it is.
     display_.StatusPicture = kImageRed;
-    connected_ = true;
     // The unit answers again: a later loss is asked about afresh.
-    state_.LostShown = false;
-    reconnecting_ = false;
+    unit_ = UnitLink::Reached;
     // A poll that was stopped while this connection was under way leaves polling off.
     if (!noPolling && !Stale(tick)) {
       display_.StatusPicture = kImageGreen;
@@ -192,7 +190,7 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
     abortConnect_ = false;
     ReleaseClient();
     Halt();
-  } else if (reachedUnit && reconnecting_) {
+  } else if (reachedUnit && unit_ == UnitLink::Retrying) {
     // The operator asked for the unit back: the poll goes on trying, the lamp yellow.
     display_.StatusPicture = kImageYellow;
     ShowStatus("");
@@ -200,12 +198,11 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
   } else if (reachedUnit) {
     display_.StatusPicture = kImageRed;
     ShowStatus("");
-    if (!connected_)
+    if (!Connected())
       notices_.Ask(CannotConnectText(modem), "Cannot Connect To Server", MessageButtons::Ok, MessageIcon::Critical);
     ReleaseClient();
     SetNotPolling();
   }
-  display_.BusyPointer = false;
   connecting_ = false;
   Changed();
   emit connectFinished(connected);
@@ -221,9 +218,7 @@ void AcquisitionCycle::ChooseUnit() {
   display_.ConnectingProgress = false;
   timerPoll_.stop();
   ReleaseClient();
-  connected_ = false;  // so that a unit that cannot be reached is told
-  state_.LostShown = false;
-  reconnecting_ = false;
+  unit_ = UnitLink::Unreached;  // so that a unit that cannot be reached is told
   Connect(true, false, 0, {});
 }
 
@@ -234,12 +229,9 @@ void AcquisitionCycle::DropUnit() {
   runningTick_ = 0;
   singleStep_ = false;
   connecting_ = false;
-  display_.BusyPointer = false;
   display_.ConnectingProgress = false;
   ReleaseClient();
-  connected_ = false;
-  state_.LostShown = false;
-  reconnecting_ = false;
+  unit_ = UnitLink::Unreached;
   SetNotPolling();
   display_.StatusPicture = kImageNone;
   Changed();
@@ -302,7 +294,8 @@ void AcquisitionCycle::FetchStep(std::function<void(bool)> then) {
 void AcquisitionCycle::FetchNotOpened(std::function<void(bool)> then) {
   LostConnection([this, then] {
     OnLink<bool>([](LinkSide& link) { return link.IsConnected(); }, [this, then](bool isConnected) {
-      if (isConnected) state_.LostShown = false;
+      // A unit that answers again is asked about afresh at its next loss.
+      if (isConnected) unit_ = Connected() ? UnitLink::Reached : UnitLink::Unreached;
       state_.FetchBusy = false;
       then(false);
     });
@@ -312,25 +305,24 @@ void AcquisitionCycle::FetchNotOpened(std::function<void(bool)> then) {
 void AcquisitionCycle::LostConnection(std::function<void()> then) {
   display_.StatusPicture = kImageYellow;
   Changed();
-  if (state_.LostShown) {
+  if (LostShown()) {
     // Asked once already: reconnect without asking again.
     Connect(true, false, 0, [then](bool) { then(); });
     return;
   }
-  state_.LostShown = true;
+  unit_ = Connected() ? UnitLink::LostAsked : UnitLink::LostUnreached;
   const std::optional<ModemInfo> modem = currentModem_();
   const MessageAnswer answer = notices_.Ask(LostText(modem.value_or(ModemInfo{})), "Server Connection Lost",
                                             MessageButtons::YesNo, MessageIcon::Critical);
   if (answer != MessageAnswer::Yes) {
-    reconnecting_ = false;
     StopPolling();
     ShowStatus("Communications have been aborted!");
     timerStatus_.start();
-    connected_ = false;
+    unit_ = UnitLink::LostUnreached;
     Changed();
   } else if (!singleStep_) {
     // Yes: the poll goes on, and each tick tries the unit again until it answers.
-    reconnecting_ = true;
+    unit_ = UnitLink::Retrying;
     ResumePolling();
   }
   ReleaseClient();
@@ -394,7 +386,7 @@ void AcquisitionCycle::StartTick() {
 // is told as when a read finds it gone (otherwise a unit that died between two polls
 // would never be reported).
 void AcquisitionCycle::RequestNotWritten(uint64_t tick) {
-  if (state_.LostShown) {
+  if (LostShown()) {
     LostConnection([this, tick] { EndTick(tick); });
     return;
   }

@@ -37,18 +37,28 @@ struct AcquisitionDisplay {
   std::string StopGoCaption = kStartCaption;  // menu entry mnuCommStopGo
   int StatusPicture = kImageNone;            // picture of the "Status" panel
   bool SingleStepEnabled = true;             // "SingleStep" and mnuCommSingleStep: stopped with a unit current
-  bool BusyPointer = false;                  // hourglass while connecting
+  bool BusyPointer = false;                  // hourglass while connecting, as Connecting() says
   bool ConnectingProgress = false;           // progress bar shown during the first connection
 };
 
-// The acquisition state kept between polls.
+// The acquisition state kept between polls. The two busy flags stay apart: the step of a
+// halted tick may still be running when the next tick's other step begins.
 struct LinkState {
   bool RequestBusy = false;
-  bool LostShown = false;
   bool FetchBusy = false;
   std::string RawBlock;   // the last block read, exactly as read
   uint16_t LeadWord = 0;  // of the last parsed block
   int32_t LastReadRequest = 0;
+};
+
+// Where the cycle stands with the current unit: whether it was reached, and whether its
+// loss was asked about. One value, so that no mix of them can arise that means nothing.
+enum class UnitLink {
+  Unreached,      // not reached since it was chosen: a failed connection is told in a box
+  Reached,        // it answered: a failed connection is quiet, a loss is asked about
+  LostAsked,      // reached, then lost and asked about: a further loss reconnects without asking
+  Retrying,       // the same, and the operator wants it back: every tick tries it, the lamp yellow
+  LostUnreached,  // lost and asked about, not reached since (the operator said No): failures are told again
 };
 
 struct CycleTiming {
@@ -102,13 +112,18 @@ class AcquisitionCycle : public QObject {
 
   const AcquisitionDisplay& Display() const { return display_; }
   const LinkState& State() const { return state_; }
-  bool Connected() const { return connected_; }
+  // The unit answered a connection and the operator has not given it up since.
+  bool Connected() const {
+    return unit_ == UnitLink::Reached || unit_ == UnitLink::LostAsked || unit_ == UnitLink::Retrying;
+  }
+  // Its loss was asked about and no connection has been confirmed since.
+  bool LostShown() const { return unit_ != UnitLink::Unreached && unit_ != UnitLink::Reached; }
   bool Stopped() const { return stopped_; }
   bool PollEnabled() const { return timerPoll_.isActive(); }
   bool StatusTimerEnabled() const { return timerStatus_.isActive(); }
   bool TickInProgress() const { return runningTick_ != 0 && !Stale(runningTick_); }
   bool Connecting() const { return connecting_; }
-  bool Reconnecting() const { return reconnecting_; }
+  bool Reconnecting() const { return unit_ == UnitLink::Retrying; }
 
  signals:
   void displayChanged();
@@ -152,13 +167,15 @@ class AcquisitionCycle : public QObject {
   QTimer timerPoll_, timerConnection_, timerStatus_;
   AcquisitionDisplay display_;
   LinkState state_;
-  bool connected_ = false;
+  UnitLink unit_ = UnitLink::Unreached;
+  // The operator's choice, apart from the unit: updates may be stopped with the unit in any state.
   bool stopped_ = true;
+  // The tick under way is a single step; set before its connection, so before runningTick_.
   bool singleStep_ = false;
-  bool reconnecting_ = false;  // "Yes" to the lost question: every tick tries the unit until it answers
   uint64_t runningTick_ = 0;     // generation of the tick under way, 0 when none
+  // A connection attempt may run beside a halted tick's step, so it is not a step of the tick.
   bool connecting_ = false;
-  bool startNoPolling_ = false;
+  bool startNoPolling_ = false;  // how the first connection starts, not a state
   uint64_t connectGeneration_ = 0;  // a new unit makes the attempts under way superseded
   uint64_t tickGeneration_ = 0;  // a stop or a new tick makes the running tick's steps stale
 

@@ -160,7 +160,7 @@ class AcquisitionCycleTest : public QObject {
     h.CheckRunning(!step && (!lost || yes));
     QCOMPARE(h.cycle->Reconnecting(), lost && yes);
     QCOMPARE(h.cycle->Connected(), yes);
-    QCOMPARE(h.cycle->State().LostShown, lost);
+    QCOMPARE(h.cycle->LostShown(), lost);
     QCOMPARE(h.notices.SawStatus("Communications have been aborted!"), !yes);
     QCOMPARE(h.cycle->StatusTimerEnabled(), !yes || options.contains("--size-says"));
     // The refused reconnection says nothing more.
@@ -191,7 +191,7 @@ class AcquisitionCycleTest : public QObject {
     QVERIFY(h.cycle->Reconnecting() && h.notices.boxes.size() == 1);
     QVERIFY(sim.Restart());
     QVERIFY(h.Poll() && h.Poll());
-    QVERIFY(!h.cycle->Reconnecting() && !h.cycle->State().LostShown);
+    QVERIFY(!h.cycle->Reconnecting() && !h.cycle->LostShown());
     QCOMPARE(h.cycle->Display().StatusPicture, int(kImageGreen));
     QCOMPARE(h.blocks.size(), size_t(2));
     h.CheckRunning(true);
