@@ -114,20 +114,4 @@ ExportResult WriteDataSet(DataSet set, const std::string& fileName, const Spectr
   return {ExportResult::Written, {}};
 }
 
-ExportResult WriteRaw(const std::string& f, const SpectrumState& s, Notices* n) {
-  return WriteDataSet(DataSet::Raw, f, s, n);
-}
-ExportResult WriteTransformed(const std::string& f, const SpectrumState& s, Notices* n) {
-  return WriteDataSet(DataSet::Transformed, f, s, n);
-}
-ExportResult WriteScaled(const std::string& f, const SpectrumState& s, Notices* n) {
-  return WriteDataSet(DataSet::Scaled, f, s, n);
-}
-ExportResult WritePeakHold(const std::string& f, const SpectrumState& s, Notices* n) {
-  return WriteDataSet(DataSet::PeakHold, f, s, n);
-}
-ExportResult WriteVideoAverage(const std::string& f, const SpectrumState& s, Notices* n) {
-  return WriteDataSet(DataSet::VideoAverage, f, s, n);
-}
-
 }  // namespace tavrix

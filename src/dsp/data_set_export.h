@@ -44,10 +44,4 @@ struct ExportResult {
 ExportResult WriteDataSet(DataSet set, const std::string& fileName, const SpectrumState& state,
                           Notices* notices, const ProgressFn& progress = {});
 
-ExportResult WriteRaw(const std::string& fileName, const SpectrumState& state, Notices* notices);
-ExportResult WriteTransformed(const std::string& fileName, const SpectrumState& state, Notices* notices);
-ExportResult WriteScaled(const std::string& fileName, const SpectrumState& state, Notices* notices);
-ExportResult WritePeakHold(const std::string& fileName, const SpectrumState& state, Notices* notices);
-ExportResult WriteVideoAverage(const std::string& fileName, const SpectrumState& state, Notices* notices);
-
 }  // namespace tavrix

@@ -28,6 +28,8 @@ struct FtpLimits {
 // Failures are results (a false flag, a zero handle or count); the only messages it
 // shows itself go through `notices`.
 // A client of the unit's FTP server; the class keeps the name the system has always used.
+// The directory, find, delete, download and upload operations, CloseFile and
+// ShowLastResponseInfo complete the unit's service; the viewer itself does not call them.
 class FTP_Server {
  public:
   explicit FTP_Server(Notices* notices, FtpLimits limits = {});
@@ -52,11 +54,6 @@ class FTP_Server {
   void SetWriteBuffer(const std::string& bytes);
   // Host name or dotted address, optionally followed by ":PORT" (1..65535; 21 otherwise).
   void SetServerName(const std::string& server);
-
-  // What was assigned (for tests and diagnostics).
-  const std::string& DeleteFileName() const { return deleteFileName_; }
-  const std::string& DownloadFileName() const { return downloadFileName_; }
-  const std::string& NewUpLoadFileName() const { return newUpLoadFileName_; }
 
   bool DeleteFile();
   bool DownLoadFile();

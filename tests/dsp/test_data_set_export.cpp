@@ -36,7 +36,7 @@ class DataSetExportTest : public QObject {
     const std::string raw = ReadWholeFile(path);
     QCOMPARE(raw, FormatDataSet(DataSet::Raw, state));
 
-    QCOMPARE(WriteScaled(path, state, &notices).outcome, ExportResult::Declined);
+    QCOMPARE(WriteDataSet(DataSet::Scaled, path, state, &notices).outcome, ExportResult::Declined);
     QCOMPARE(ReadWholeFile(path), raw);
     QCOMPARE(notices.boxes.size(), size_t(1));  // asked about the existing file only
     const RecordingNotices::Box& box = notices.boxes[0];
@@ -45,17 +45,17 @@ class DataSetExportTest : public QObject {
     QVERIFY(box.buttons == MessageButtons::YesNo && box.icon == MessageIcon::Exclamation);
 
     notices.answer = MessageAnswer::Yes;
-    QCOMPARE(WritePeakHold(path, state, &notices).outcome, ExportResult::Written);
+    QCOMPARE(WriteDataSet(DataSet::PeakHold, path, state, &notices).outcome, ExportResult::Written);
     QCOMPARE(notices.boxes.at(1).text.rfind("The peak hold data set file ", 0), size_t(0));
     QCOMPARE(ReadWholeFile(path), FormatDataSet(DataSet::PeakHold, state));
 
     // A failure is one sentence that names the file, and touches nothing: a missing folder,
     // a folder in the file's place.
     const std::string lost = QDir(dir.path()).filePath("missing/folder/set.txt").toStdString();
-    const ExportResult r = WriteVideoAverage(lost, state, nullptr);
+    const ExportResult r = WriteDataSet(DataSet::VideoAverage, lost, state, nullptr);
     QCOMPARE(r.outcome, ExportResult::Failed);
     QVERIFY(r.message.find(lost) != std::string::npos && r.message.find('\n') == std::string::npos);
-    QCOMPARE(WriteTransformed(dir.path().toStdString(), state, &notices).outcome, ExportResult::Failed);
+    QCOMPARE(WriteDataSet(DataSet::Transformed, dir.path().toStdString(), state, &notices).outcome, ExportResult::Failed);
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot), QStringList{"scaled.TXT"});
     QCOMPARE(ReadWholeFile(path), FormatDataSet(DataSet::PeakHold, state));
   }
