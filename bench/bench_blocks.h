@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "link/capture_block.h"
+#include "dsp/capture_block.h"
 
 namespace tavrix::bench {
 

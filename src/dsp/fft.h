@@ -1,5 +1,5 @@
 #pragma once
-#include "link/capture_block.h"
+#include "dsp/capture_block.h"
 
 namespace tavrix {
 

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "dsp/capture_block.h"
 #include "dsp/trace_set.h"
-#include "link/capture_block.h"
 
 namespace tavrix {
 

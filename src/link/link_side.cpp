@@ -1,6 +1,6 @@
 #include "link/link_side.h"
 
-#include "link/capture_block.h"
+#include "dsp/capture_block.h"
 
 namespace tavrix {
 namespace {

@@ -1,6 +1,6 @@
 #include "view/live_spectrum.h"
 
-#include "link/capture_block.h"
+#include "dsp/capture_block.h"
 
 namespace tavrix {
 

@@ -1,8 +1,8 @@
 #pragma once
 #include <array>
 
+#include "dsp/capture_block.h"
 #include "dsp/trace_set.h"
-#include "link/capture_block.h"
 #include "view/cursor_mark.h"
 #include "view/palette.h"
 #include "view/view_window.h"

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "app/command_table.h"
-#include "link/capture_block.h"
+#include "dsp/capture_block.h"
 
 namespace tavrix {
 namespace {

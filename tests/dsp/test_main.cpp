@@ -1,4 +1,6 @@
 #include "test_support.h"
 
-std::unique_ptr<QObject> NewSpectrumUpdateTest(), NewTraceSetTest(), NewDataSetExportTest(), NewPointNavigationTest();
-TAVRIX_TEST_MAIN(QCoreApplication, NewSpectrumUpdateTest, NewTraceSetTest, NewDataSetExportTest, NewPointNavigationTest)
+std::unique_ptr<QObject> NewCaptureBlockTest(), NewSpectrumUpdateTest(), NewTraceSetTest(), NewDataSetExportTest(),
+    NewPointNavigationTest();
+TAVRIX_TEST_MAIN(QCoreApplication, NewCaptureBlockTest, NewSpectrumUpdateTest, NewTraceSetTest, NewDataSetExportTest,
+                 NewPointNavigationTest)

@@ -8,8 +8,8 @@
 #include <tuple>
 #include <vector>
 
+#include "dsp/capture_block.h"
 #include "link/acquisition_cycle.h"
-#include "link/capture_block.h"
 #include "link/loopback_peers.h"
 #include "link/recording_notices.h"
 #include "link/simulator_process.h"

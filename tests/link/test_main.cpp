@@ -1,4 +1,4 @@
 #include "test_support.h"
 
-std::unique_ptr<QObject> NewCaptureBlockTest(), NewFtpServerTest(), NewAcquisitionCycleTest();
-TAVRIX_TEST_MAIN(QCoreApplication, NewCaptureBlockTest, NewFtpServerTest, NewAcquisitionCycleTest)
+std::unique_ptr<QObject> NewFtpServerTest(), NewAcquisitionCycleTest();
+TAVRIX_TEST_MAIN(QCoreApplication, NewFtpServerTest, NewAcquisitionCycleTest)

@@ -2,7 +2,7 @@
 // first capture and on a new band, and the first window's place.
 #include <QtTest>
 
-#include "link/capture_block.h"
+#include "dsp/capture_block.h"
 #include "test_support.h"
 #include "view/live_spectrum.h"
 #include "view/view_window.h"

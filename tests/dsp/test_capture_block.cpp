@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "link/capture_block.h"
+#include "dsp/capture_block.h"
 #include "test_support.h"
 
 using namespace tavrix;

@@ -1,4 +1,4 @@
-#include "link/capture_block.h"
+#include "dsp/capture_block.h"
 
 #include <algorithm>
 #include <cstring>
