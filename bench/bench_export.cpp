@@ -1,10 +1,9 @@
 // One trace export (2048 lines: number text and the file write) against writing the
 // same bytes, already formatted, to the same file in the same way.
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <random>
 #include <string>
 
 #include "common/file_io.h"
@@ -24,7 +23,7 @@ struct Fixture {
     ParseBlock(bench::NoisyCaptureBlock(777), state.Capture);
     VerticalWindow vertical;
     UpdateSpectrum(state, vertical, true);
-    const auto dir = std::filesystem::temp_directory_path() / ("tavrix-bench-" + std::to_string(getpid()));
+    const auto dir = std::filesystem::temp_directory_path() / ("tavrix-bench-" + std::to_string(std::random_device{}()));
     std::filesystem::create_directories(dir);
     path = (dir / "scaled.txt").string();
     text = FormatDataSet(DataSet::Scaled, state);

@@ -1,34 +1,22 @@
 #pragma once
 // Loopback peers: a port that accepts and never answers, and one where nothing listens.
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <QHostAddress>
+#include <QTcpServer>
 
 namespace tavrix::testing {
 
-// Never accepts: the kernel completes the connection, and then nothing ever answers.
+// Never accepts: the system completes the connection, and then nothing ever answers.
 class MuteListener {
  public:
   MuteListener() {
-    fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (fd_ < 0 || ::bind(fd_, reinterpret_cast<sockaddr*>(&address), length) != 0 || ::listen(fd_, 4) != 0 ||
-        ::getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-      return;
-    port_ = ntohs(address.sin_port);
+    if (!server_.listen(QHostAddress::LocalHost)) return;
+    server_.pauseAccepting();  // connections wait in the system's queue, never taken
+    port_ = server_.serverPort();
   }
-  ~MuteListener() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  MuteListener(const MuteListener&) = delete;
-  MuteListener& operator=(const MuteListener&) = delete;
   int Port() const { return port_; }
 
  private:
-  int fd_ = -1;
+  QTcpServer server_;
   int port_ = 0;
 };
 

@@ -67,8 +67,8 @@ class SimulatorProcess {
   }
 
   void Launch(int port) {
-    // The system Python has pyftpdlib; a "python3" first on the PATH would only pass it on.
-    process_.setProgram(QFile::exists("/usr/bin/python3") ? "/usr/bin/python3" : "python3");
+    // Whichever Python the PATH gives; the simulator finds one with its FTP library itself.
+    process_.setProgram("python3");
     process_.setArguments(QStringList{TAVRIX_SOURCE_DIR "/tools/demod_sim.py", "--port", QString::number(port), "--log",
                                       folder_.filePath("log"), "--dump-dir", folder_.path()} + options_);
     process_.setStandardErrorFile(folder_.filePath("stderr"), QIODevice::Append);
