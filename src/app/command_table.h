@@ -1,13 +1,119 @@
 #pragma once
-// The main window's commands as tables: toolbar buttons with their keys, tool tips and
-// images, and the menus with their captions. The window builds its menus and toolbars
-// from these; a menu entry that duplicates a button shares the button's action.
+// The main window's commands as tables. Every command has a typed handle, `Command`, that
+// indexes a row keeping the system's key (the object name of its action), its tool tip and
+// its image; the menus are lists of handles with their captions. A menu entry that
+// duplicates a toolbar button shares the button's action, so both are one command.
 #include <array>
-#include <string_view>
+#include <cstddef>
+#include <utility>
 
+#include "dsp/data_set_export.h"
+#include "dsp/point_navigation.h"
+#include "dsp/trace_set.h"
 #include "store/modem_directory.h"
+#include "ui/pointer_modes.h"
 
 namespace tavrix {
+
+enum class Command : int {
+  // tbMain, in order.
+  Export, StopGo, SingleStep, CurrentTrace, PeakHold, VideoAverage, LastTrace, Select, ZoomWin, ZoomIn, ZoomOut, Pan,
+  DBperDiv, FSpan, ZoomFitView, Previous, ZoomCursors, FirstPoint, NextPoint, PreviousPoint, LastPoint, CurPoint,
+  PeakPoint, PeakThreshold, Status,
+  // tbCursors, in order.
+  CursorOne, CursorTwo, CursorDelta,
+  // Menu entries of their own.
+  FileSaveView, FilePrint, FileExit, ViewEnd, ViewPeakPoint, ViewCursors, ViewConstellation, ViewCopy, OptionsSnap,
+  OptionsPanel, OptionsWindow, CommStopGo, CommAdd, CommManage, HelpAbout,
+  // Families of menu entries, addressed by an index.
+  FileExport,      // by DataSet
+  ViewDBB,         // the dB-per-division presets 0..9
+  ViewFB,          // the frequency span presets 0..9
+  ViewCursor,      // cursor 0 or 1
+  OptionsPalette,  // kViewingPalette or kPrintingPalette
+  ViewerColor,     // a colour of the viewing palette, by palette position
+  PrinterColor,    // a colour of the printing palette, by palette position
+  CommSel,         // a recent unit, 0 the newest
+};
+inline constexpr int kCommandCount = static_cast<int>(Command::CommSel) + 1;
+inline constexpr Command kFirstCursorButton = Command::CursorOne;
+inline constexpr Command kFirstMenuEntry = Command::FileSaveView;
+inline constexpr Command kFirstFamily = Command::FileExport;
+
+enum class ButtonStyle {
+  Push,       // a command
+  Toggle,     // stays pressed while its trace or mode is on
+  DropDown,   // a face that acts and an arrow that opens its entries
+  Holder,     // holds another control (the move-type list)
+  Indicator,  // shows a picture only
+  Entry,      // no button: a menu entry of its own
+};
+
+struct CommandRow {
+  Command Id;
+  const char* Key;      // the action's object name: the button's key, or the entry's control name
+  const char* ToolTip;  // a button's
+  const char* Image;    // a button's picture
+  ButtonStyle Style;
+  bool Checkable;       // an entry of its own with a check mark (a Toggle button always has one)
+  bool GroupEnd;        // a separator follows the button
+};
+
+inline constexpr std::array<CommandRow, static_cast<size_t>(kFirstFamily)> kCommands = {{
+    {Command::Export, "Export", "Export", "Export", ButtonStyle::DropDown, false, true},
+    {Command::StopGo, "StopGo", "Stop Updates", "Stop", ButtonStyle::Toggle, false, false},
+    {Command::SingleStep, "SingleStep", "Single Step", "SingleStep", ButtonStyle::Push, false, true},
+    {Command::CurrentTrace, "CurrentTrace", "Current Spectrum Trace", "CurrentTrace", ButtonStyle::Toggle, false, false},
+    {Command::PeakHold, "PeakHold", "Peak Hold Trace", "PeakHold", ButtonStyle::Toggle, false, false},
+    {Command::VideoAverage, "VideoAverage", "Video Average Trace", "VideoAverage", ButtonStyle::Toggle, false, false},
+    {Command::LastTrace, "LastTrace", "Previous Spectrum Trace", "LastTrace", ButtonStyle::Toggle, false, true},
+    {Command::Select, "Select", "Select Mode", "Select", ButtonStyle::Push, false, false},
+    {Command::ZoomWin, "ZoomWin", "Zoom Window", "ZoomWindow", ButtonStyle::Toggle, false, false},
+    {Command::ZoomIn, "ZoomIn", "Zoom In", "ZoomIn", ButtonStyle::Toggle, false, false},
+    {Command::ZoomOut, "ZoomOut", "Zoom Out", "ZoomOut", ButtonStyle::Toggle, false, false},
+    {Command::Pan, "Pan", "Pan", "Pan", ButtonStyle::Toggle, false, true},
+    {Command::DBperDiv, "dBperDiv", "Zoom by dB per Division", "dBperDiv", ButtonStyle::DropDown, false, false},
+    {Command::FSpan, "FSpan", "Zoom by Frequency Span", "FSpan", ButtonStyle::DropDown, false, false},
+    {Command::ZoomFitView, "ZoomFitView", "Fit View", "ZoomFit", ButtonStyle::Push, false, false},
+    {Command::Previous, "Previous", "Zoom Previous", "PreviousView", ButtonStyle::Push, false, false},
+    {Command::ZoomCursors, "ZoomCursors", "Zoom to Fit Cursors", "ZoomCursors", ButtonStyle::Push, false, true},
+    {Command::FirstPoint, "FirstPoint", "Go to First Point", "FirstPoint", ButtonStyle::Push, false, false},
+    {Command::NextPoint, "NextPoint", "Go to Next Point", "NextPoint", ButtonStyle::Push, false, false},
+    {Command::PreviousPoint, "PreviousPoint", "Go to Previous Point", "PreviousPoint", ButtonStyle::Push, false, false},
+    {Command::LastPoint, "LastPoint", "Go to Last Point", "LastPoint", ButtonStyle::Push, false, false},
+    {Command::CurPoint, "CurPoint", "Go to Last Selected Point", "CurPoint", ButtonStyle::Push, false, false},
+    {Command::PeakPoint, "PeakPoint", "Select Move Type", "", ButtonStyle::Holder, false, false},
+    {Command::PeakThreshold, "PeakThreshold", "Position Minimum Peak Threshold", "PeakThreshold", ButtonStyle::Push,
+     false, true},
+    {Command::Status, "Status", "Update Status", "Red", ButtonStyle::Indicator, false, false},
+    {Command::CursorOne, "CursorOne", "Position Cursor 1", "Cursor1", ButtonStyle::Push, false, false},
+    {Command::CursorTwo, "CursorTwo", "Position Cursor 2", "Cursor2", ButtonStyle::Push, false, false},
+    {Command::CursorDelta, "CursorDelta", "View Cursors", "CursorDelta", ButtonStyle::Toggle, false, false},
+    {Command::FileSaveView, "mnuFileSaveView", "", "", ButtonStyle::Entry, false, false},
+    {Command::FilePrint, "mnuFilePrint", "", "", ButtonStyle::Entry, false, false},
+    {Command::FileExit, "mnuFileExit", "", "", ButtonStyle::Entry, false, false},
+    {Command::ViewEnd, "mnuViewEnd", "", "", ButtonStyle::Entry, false, false},
+    {Command::ViewPeakPoint, "mnuViewPeakPoint", "", "", ButtonStyle::Entry, false, false},
+    {Command::ViewCursors, "mnuViewCursors", "", "", ButtonStyle::Entry, true, false},
+    {Command::ViewConstellation, "mnuViewConstellation", "", "", ButtonStyle::Entry, true, false},
+    {Command::ViewCopy, "mnuViewCopy", "", "", ButtonStyle::Entry, false, false},
+    {Command::OptionsSnap, "mnuOptionsSnap", "", "", ButtonStyle::Entry, true, false},
+    {Command::OptionsPanel, "mnuOptionsPanel", "", "", ButtonStyle::Entry, true, false},
+    {Command::OptionsWindow, "mnuOptionsWindow", "", "", ButtonStyle::Entry, true, false},
+    {Command::CommStopGo, "mnuCommStopGo", "", "", ButtonStyle::Entry, false, false},
+    {Command::CommAdd, "mnuCommAdd", "", "", ButtonStyle::Entry, false, false},
+    {Command::CommManage, "mnuCommManage", "", "", ButtonStyle::Entry, false, false},
+    {Command::HelpAbout, "mnuHelpAbout", "", "", ButtonStyle::Entry, false, false},
+}};
+
+// Each row stands at its handle's place.
+constexpr bool RowsInOrder() {
+  for (size_t i = 0; i < kCommands.size(); ++i)
+    if (kCommands[i].Id != static_cast<Command>(i)) return false;
+  return true;
+}
+static_assert(RowsInOrder(), "kCommands must list the commands in the order of Command");
+constexpr const CommandRow& RowOf(Command c) { return kCommands[static_cast<size_t>(c)]; }
 
 // The toolbar's image list, in order: a status picture is named by its 1-based place.
 inline constexpr std::array<const char*, 33> kToolbarImages = {
@@ -20,59 +126,7 @@ inline constexpr std::array<const char*, 33> kToolbarImages = {
 // The resource path of an image of the list by its 1-based place ("" when out of range).
 const char* ToolbarImage(int place);
 
-enum class ButtonStyle {
-  Push,       // a command
-  Toggle,     // stays pressed while its trace or mode is on
-  DropDown,   // a face that acts and an arrow that opens its entries
-  Holder,     // holds another control (the move-type list)
-  Indicator,  // shows a picture only
-};
-
-struct ToolButtonRow {
-  const char* Key;
-  const char* ToolTip;
-  const char* Image;
-  ButtonStyle Style;
-  bool GroupEnd;  // a separator follows
-};
-
-// tbMain, in order.
-inline constexpr std::array<ToolButtonRow, 25> kMainButtons = {{
-    {"Export", "Export", "Export", ButtonStyle::DropDown, true},
-    {"StopGo", "Stop Updates", "Stop", ButtonStyle::Toggle, false},
-    {"SingleStep", "Single Step", "SingleStep", ButtonStyle::Push, true},
-    {"CurrentTrace", "Current Spectrum Trace", "CurrentTrace", ButtonStyle::Toggle, false},
-    {"PeakHold", "Peak Hold Trace", "PeakHold", ButtonStyle::Toggle, false},
-    {"VideoAverage", "Video Average Trace", "VideoAverage", ButtonStyle::Toggle, false},
-    {"LastTrace", "Previous Spectrum Trace", "LastTrace", ButtonStyle::Toggle, true},
-    {"Select", "Select Mode", "Select", ButtonStyle::Push, false},
-    {"ZoomWin", "Zoom Window", "ZoomWindow", ButtonStyle::Toggle, false},
-    {"ZoomIn", "Zoom In", "ZoomIn", ButtonStyle::Toggle, false},
-    {"ZoomOut", "Zoom Out", "ZoomOut", ButtonStyle::Toggle, false},
-    {"Pan", "Pan", "Pan", ButtonStyle::Toggle, true},
-    {"dBperDiv", "Zoom by dB per Division", "dBperDiv", ButtonStyle::DropDown, false},
-    {"FSpan", "Zoom by Frequency Span", "FSpan", ButtonStyle::DropDown, false},
-    {"ZoomFitView", "Fit View", "ZoomFit", ButtonStyle::Push, false},
-    {"Previous", "Zoom Previous", "PreviousView", ButtonStyle::Push, false},
-    {"ZoomCursors", "Zoom to Fit Cursors", "ZoomCursors", ButtonStyle::Push, true},
-    {"FirstPoint", "Go to First Point", "FirstPoint", ButtonStyle::Push, false},
-    {"NextPoint", "Go to Next Point", "NextPoint", ButtonStyle::Push, false},
-    {"PreviousPoint", "Go to Previous Point", "PreviousPoint", ButtonStyle::Push, false},
-    {"LastPoint", "Go to Last Point", "LastPoint", ButtonStyle::Push, false},
-    {"CurPoint", "Go to Last Selected Point", "CurPoint", ButtonStyle::Push, false},
-    {"PeakPoint", "", "", ButtonStyle::Holder, false},
-    {"PeakThreshold", "Position Minimum Peak Threshold", "PeakThreshold", ButtonStyle::Push, true},
-    {"Status", "Update Status", "Red", ButtonStyle::Indicator, false},
-}};
-
-// tbCursors, in order.
-inline constexpr std::array<ToolButtonRow, 3> kCursorButtons = {{
-    {"CursorOne", "Position Cursor 1", "Cursor1", ButtonStyle::Push, false},
-    {"CursorTwo", "Position Cursor 2", "Cursor2", ButtonStyle::Push, false},
-    {"CursorDelta", "View Cursors", "CursorDelta", ButtonStyle::Toggle, false},
-}};
-
-// The entries of a button's drop-down: key and text.
+// The entries of a button's drop-down: key (the entry's object name) and text.
 struct DropDownEntry {
   const char* Key;
   const char* Text;
@@ -81,6 +135,8 @@ struct DropDownEntry {
 // The Export drop-down: the first kActingExports entries export; the last two are shown
 // but disabled (their data sets are exported from the File menu).
 inline constexpr int kActingExports = 3;
+inline constexpr std::array<DataSet, kActingExports> kActingExportSets = {DataSet::Raw, DataSet::Transformed,
+                                                                          DataSet::Scaled};
 inline constexpr std::array<DropDownEntry, 5> kExportEntries = {{
     {"Raw", "Export Raw Data Set"},
     {"Transformed", "Export Transformed Data Set"},
@@ -100,10 +156,6 @@ inline constexpr std::array<DropDownEntry, 10> kFSpanEntries = {{
     {"FB8", "10.00MHz Span"}, {"FB9", "25.00MHz Span"},
 }};
 
-// A drop-down key that compares, as text, between `first` and `last` ("dBB0".."dBB9")
-// selects the index its last character names; any other key selects nothing (-1).
-int DropDownIndex(std::string_view key, std::string_view first, std::string_view last);
-
 inline constexpr std::array<const char*, 10> kDBCaptions = {
     "0.0&1dB per Division", "0.0&2dB per Division", "0.0&5dB per Division", "0.&10dB per Division",
     "0.&25dB per Division", "0.&50dB per Division", "&1.00dB per Division", "&2.50dB per Division",
@@ -112,59 +164,56 @@ inline constexpr std::array<const char*, 10> kSpanCaptions = {
     "0.0&2MHz Span", "0.0&5MHz Span", "0.&10MHz Span", "0.&25MHz Span", "0.&50MHz Span",
     "&1.00MHz Span", "&2.50MHz Span", "&5.00MHz Span", "&10.00MHz Span", "&25.00MHz Span"};
 
-// A menu entry: its control name, caption, and the toolbar button whose action it shares
-// (nullptr for an entry of its own). A null name is a separator.
-struct MenuEntryRow {
-  const char* Name;
+// A menu entry: the command and its caption; a null caption is a separator.
+struct MenuRow {
+  Command Id;
   const char* Caption;
-  const char* ButtonKey;
-  bool Checkable;
 };
-inline constexpr MenuEntryRow kSeparator = {nullptr, nullptr, nullptr, false};
+inline constexpr MenuRow kSeparator = {Command::Status, nullptr};
 
-inline constexpr MenuEntryRow kFileMenuTail[] = {
-    {"mnuFileSaveView", "Save View &As...", nullptr, false},
-    {"mnuFilePrint", "&Print...", nullptr, false},
+inline constexpr MenuRow kFileMenuTail[] = {
+    {Command::FileSaveView, "Save View &As..."},
+    {Command::FilePrint, "&Print..."},
     kSeparator,
-    {"mnuFileExit", "E&xit", nullptr, false},
+    {Command::FileExit, "E&xit"},
 };
 
-inline constexpr MenuEntryRow kViewMenuModes[] = {
-    {"mnuViewSelect", "&Select Mode", "Select", false},
-    {"mnuViewZoomWin", "Zoom &Window", "ZoomWin", true},
-    {"mnuViewZoomIn", "Zoom &In", "ZoomIn", true},
-    {"mnuViewZoomOut", "Zoom &Out", "ZoomOut", true},
-    {"mnuViewPan", "&Pan", "Pan", true},
-    {"mnuViewEnd", "&End Zoom Mode", nullptr, false},
+inline constexpr MenuRow kViewMenuModes[] = {
+    {Command::Select, "&Select Mode"},
+    {Command::ZoomWin, "Zoom &Window"},
+    {Command::ZoomIn, "Zoom &In"},
+    {Command::ZoomOut, "Zoom &Out"},
+    {Command::Pan, "&Pan"},
+    {Command::ViewEnd, "&End Zoom Mode"},
     kSeparator,
-    {"mnuViewFitView", "&Fit View", "ZoomFitView", false},
-    {"mnuViewPrevious", "Zoom P&revious", "Previous", false},
-    {"mnuViewZoomCursors", "&Zoom to Fit Cursors", "ZoomCursors", false},
+    {Command::ZoomFitView, "&Fit View"},
+    {Command::Previous, "Zoom P&revious"},
+    {Command::ZoomCursors, "&Zoom to Fit Cursors"},
 };
-// After the two preset submenus.
-inline constexpr MenuEntryRow kViewMenuPoints[] = {
+// After the two preset submenus; the move entries' captions follow the move type.
+inline constexpr MenuRow kViewMenuPoints[] = {
     kSeparator,
-    {"mnuViewFirstPoint", "Go to First (&Bottom) Point", "FirstPoint", false},
-    {"mnuViewNextPoint", "Go to &Next Point", "NextPoint", false},
-    {"mnuViewPreviousPoint", "Go to &Previous Point", "PreviousPoint", false},
-    {"mnuViewLastPoint", "Go to Last (&Top) Point", "LastPoint", false},
-    {"mnuViewCurPoint", "Go to &Last Selected Point", "CurPoint", false},
-    {"mnuViewPeakPoint", "Select &Move by Peak Points", nullptr, false},
-    {"mnuViewThreshold", "Set &Minimum Peak Threshold", "PeakThreshold", false},
+    {Command::FirstPoint, "Go to First (&Bottom) Point"},
+    {Command::NextPoint, "Go to &Next Point"},
+    {Command::PreviousPoint, "Go to &Previous Point"},
+    {Command::LastPoint, "Go to Last (&Top) Point"},
+    {Command::CurPoint, "Go to &Last Selected Point"},
+    {Command::ViewPeakPoint, "Select &Move by Peak Points"},
+    {Command::PeakThreshold, "Set &Minimum Peak Threshold"},
     kSeparator,
-    {"mnuViewCursor0", "Set Cursor &1 Location", nullptr, true},
-    {"mnuViewCursor1", "Set Cursor &2 Location", nullptr, true},
-    {"mnuViewCursors", "View Cursors &Display", nullptr, true},
+};
+// Then the two cursor entries, and:
+inline constexpr const char* kCursorEntryCaptions[] = {"Set Cursor &1 Location", "Set Cursor &2 Location"};
+inline constexpr MenuRow kViewMenuTail[] = {
+    {Command::ViewCursors, "View Cursors &Display"},
     kSeparator,
-    {"mnuViewConstellation", "I/&Q Constellation", nullptr, true},
-    {"mnuViewCopy", "&Copy/Capture Current View", nullptr, false},
+    {Command::ViewConstellation, "I/&Q Constellation"},
+    {Command::ViewCopy, "&Copy/Capture Current View"},
 };
 
-inline constexpr MenuEntryRow kOptionsPalettes[] = {
-    {"mnuOptionsPalette0", "Select Color Palette for &Viewing", nullptr, true},
-    {"mnuOptionsPalette1", "Select Color Palette for &Printing", nullptr, true},
-};
-// The colour entries of one palette's submenu (suffix 0 viewing, 1 printing).
+inline constexpr const char* kPaletteEntryCaptions[] = {"Select Color Palette for &Viewing",
+                                                        "Select Color Palette for &Printing"};
+// The colour entries of one palette's submenu (their names end in 0 viewing, 1 printing).
 struct ColorEntryRow {
   const char* Name;  // without the palette suffix
   const char* Caption;
@@ -184,51 +233,67 @@ inline constexpr ColorEntryRow kColorEntries[] = {
 };
 inline constexpr const char* kPaletteSubmenus[] = {"Configure Viewer Palette &Colors",
                                                    "Configure Printer Palette &Colors"};
-inline constexpr MenuEntryRow kOptionsChecks[] = {
+inline constexpr MenuRow kOptionsChecks[] = {
     kSeparator,
-    {"mnuOptionsSnap", "&Snap to Nearest Point", nullptr, true},
-    {"mnuOptionsPanel", "Display Selection &Panel", nullptr, true},
-    {"mnuOptionsWindow", "&Window Spectrum Trace", nullptr, true},
+    {Command::OptionsSnap, "&Snap to Nearest Point"},
+    {Command::OptionsPanel, "Display Selection &Panel"},
+    {Command::OptionsWindow, "&Window Spectrum Trace"},
 };
 
-inline constexpr MenuEntryRow kCommMenu[] = {
-    {"mnuCommStopGo", "&Start Data Set Updates", nullptr, false},
-    {"mnuCommSingleStep", "Single S&tep", "SingleStep", false},
+inline constexpr MenuRow kCommMenu[] = {
+    {Command::CommStopGo, "&Start Data Set Updates"},
+    {Command::SingleStep, "Single S&tep"},
     kSeparator,
-    {"mnuCommAdd", "&Add Tarvix Modem", nullptr, false},
-    {"mnuCommManage", "&Manage Modems/Select Modem", nullptr, false},
+    {Command::CommAdd, "&Add Tarvix Modem"},
+    {Command::CommManage, "&Manage Modems/Select Modem"},
     kSeparator,
 };
-// The five movement commands in the two move modes: peak points and all points.
+inline constexpr int kRecentModems = kRecentPlaces;  // the recent menu shows every recent place
+inline constexpr const char* kNoRecentModem = "<No Recent Modem Monitored>";
+
+inline constexpr MenuRow kHelpMenu[] = {
+    {Command::HelpAbout, "&About Tavrix Spectrum Analyzer..."},
+};
+
+// The trace each trace switch stands for, in the Tools menu's order.
+struct TraceCommandRow {
+  Command Id;
+  int Trace;
+};
+inline constexpr std::array<TraceCommandRow, kTraceCount> kTraceCommands = {{
+    {Command::CurrentTrace, kCurrentTrace},
+    {Command::LastTrace, kPreviousTrace},
+    {Command::VideoAverage, kVideoAverageTrace},
+    {Command::PeakHold, kPeakHoldTrace},
+}};
+// The pointer mode of each mode button.
+inline constexpr std::array<std::pair<Command, int>, 4> kModeButtons = {
+    {{Command::ZoomWin, kZoomWindowMode}, {Command::ZoomIn, kZoomInMode}, {Command::ZoomOut, kZoomOutMode},
+     {Command::Pan, kPanMode}}};
+
+// The five movement commands in the two move types: peak points and all points.
 struct MoveCommandRow {
-  const char* ButtonKey;
-  const char* Entry;
+  Command Id;
+  PointMove Move;
   const char* PeakToolTip;
   const char* PeakCaption;
   const char* PointToolTip;
   const char* PointCaption;
 };
 inline constexpr MoveCommandRow kMoveCommands[] = {
-    {"FirstPoint", "mnuViewFirstPoint", "Go to Lowest Peak", "Go to Lowest (&Bottom) Peak", "Go to First Point",
+    {Command::FirstPoint, PointMove::First, "Go to Lowest Peak", "Go to Lowest (&Bottom) Peak", "Go to First Point",
      "Go to First (&Bottom) Point"},
-    {"NextPoint", "mnuViewNextPoint", "Go to Next Highest Peak", "Go to &Next Highest Peak", "Go to Next Point",
+    {Command::NextPoint, PointMove::Next, "Go to Next Highest Peak", "Go to &Next Highest Peak", "Go to Next Point",
      "Go to &Next Point"},
-    {"PreviousPoint", "mnuViewPreviousPoint", "Go to Previous Highest Peak", "Go to &Previous Highest Peak",
+    {Command::PreviousPoint, PointMove::Previous, "Go to Previous Highest Peak", "Go to &Previous Highest Peak",
      "Go to Previous Point", "Go to &Previous Point"},
-    {"LastPoint", "mnuViewLastPoint", "Go to Highest Peak", "Go to Highest (&Top) Peak", "Go to Last Point",
+    {Command::LastPoint, PointMove::Last, "Go to Highest Peak", "Go to Highest (&Top) Peak", "Go to Last Point",
      "Go to Last (&Top) Point"},
-    {"CurPoint", "mnuViewCurPoint", "Go to Last Selected Peak", "Go to &Last Selected Peak",
+    {Command::CurPoint, PointMove::LastSelected, "Go to Last Selected Peak", "Go to &Last Selected Peak",
      "Go to Last Selected Point", "Go to &Last Selected Point"},
 };
-// mnuViewPeakPoint offers the other mode.
+// mnuViewPeakPoint offers the other move type.
 inline constexpr const char* kMoveByAllPoints = "Select &Move by All Points";
 inline constexpr const char* kMoveByPeakPoints = "Select &Move by Peak Points";
-
-inline constexpr int kRecentModems = kRecentPlaces;  // the recent menu shows every recent place
-inline constexpr const char* kNoRecentModem = "<No Recent Modem Monitored>";
-
-inline constexpr MenuEntryRow kHelpMenu[] = {
-    {"mnuHelpAbout", "&About Tavrix Spectrum Analyzer...", nullptr, false},
-};
 
 }  // namespace tavrix

@@ -1,28 +1,22 @@
 #include "app/main_window.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
 #include <QGridLayout>
-#include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QPushButton>
-#include <QScreen>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QStatusBar>
-#include <QToolBar>
-#include <QVBoxLayout>
 #include <QWindow>
 
 #include <algorithm>
 #include <cmath>
 
+#include "app/cursor_panel.h"
 #include "app/entry_box.h"
 #include "app/plot_widget.h"
 #include "app/window_text.h"
@@ -50,10 +44,6 @@ int ViewKeyOf(int qtKey) {
   }
 }
 
-constexpr std::array<const char*, 6> kCursorReadoutTips = {
-    "Cursor 1 Frequency", "Cursor 1 Amplitude", "Cursor 2 Frequency",
-    "Cursor 2 Amplitude", "Cursor Delta in Frequency", "Cursor Delta in dB"};
-
 }  // namespace
 
 frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(parent), options_(std::move(options)) {
@@ -73,8 +63,10 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   setStatusBar(bar);
   notices_ = std::make_unique<WindowNotices>(this, panels_, options_.Answerer);
   DefaultDialogs();
-  BuildCommands();
-  Button("CurrentTrace")->setChecked(true);
+  txtThreshold_ = NewThresholdBox(this);
+  commands_.Build(this, cursorPanel_->Toolbar(), txtThreshold_,
+                  {[this](Command c, int index) { RunCommand(c, index); },
+                   [this](Command button, int entry) { tbMain_ButtonMenuClick(button, entry); }});
   panels_->SetText("CurTrace", "None");
   panels_->SetPicture("CurTrace", "None");
 
@@ -98,7 +90,6 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   setMinimumSize(MinimumPixels());
   store_ = options_.SettingsFile.isEmpty() ? std::make_unique<SettingsStore>()
                                            : std::make_unique<SettingsStore>(options_.SettingsFile);
-  ConnectOptionCommands();
   connect(cycle_.get(), &AcquisitionCycle::connectFinished, this, &frmMain::OnConnectFinished);
   // At start: geometry, palettes, configuration, the directory, the title, and
   // timerConnection for the unit used last.
@@ -137,7 +128,8 @@ void frmMain::BuildCentralArea() {
   grid->addWidget(picSpectrum_, 0, 0);
   grid->addWidget(vScroll_, 0, 1);
   grid->addWidget(hScroll_, 1, 0);
-  grid->addWidget(BuildReadoutPanel(), 2, 0, 1, 2);
+  cursorPanel_ = new CursorPanel(central);
+  grid->addWidget(cursorPanel_, 2, 0, 1, 2);
   grid->setRowStretch(0, 1);
   grid->setColumnStretch(0, 1);
   setCentralWidget(central);
@@ -146,91 +138,28 @@ void frmMain::BuildCentralArea() {
   });
 }
 
-QWidget* frmMain::BuildReadoutPanel() {
-  auto* panel = new QWidget(this);
-  panel->setObjectName("readoutPanel");
-  const double dpi = DpiOr96(logicalDpiY());
-  panel->setFixedHeight(TwipsToPixels(kReadoutPanelTwips, dpi));
-  auto* row = new QHBoxLayout(panel);
-  row->setContentsMargins(6, 2, 6, 2);
-  row->setSpacing(10);
-  auto* cursors = new QToolBar(panel);
-  BuildCursorToolbar(cursors);
-  row->addWidget(cursors, 0, Qt::AlignVCenter);
-  static constexpr std::array<const char*, 3> kGroups = {"Cursor 1", "Cursor 2", "Delta"};
-  const int boxWidth = fontMetrics().horizontalAdvance("4294967.29500000MHz") + 10;
-  for (size_t g = 0; g < kGroups.size(); ++g) {
-    auto* group = new QVBoxLayout;
-    group->setSpacing(1);
-    auto* caption = new QLabel(kGroups[g], panel);
-    caption->setEnabled(false);  // a quiet caption above its two read-outs
-    group->addWidget(caption);
-    auto* boxes = new QHBoxLayout;
-    boxes->setSpacing(3);
-    for (size_t k = 0; k < 2; ++k) {
-      const size_t i = 2 * g + k;
-      auto* box = new QLineEdit(panel);
-      box->setObjectName(QString("txtCursor%1").arg(i));
-      box->setReadOnly(true);
-      box->setFocusPolicy(Qt::NoFocus);
-      box->setToolTip(kCursorReadoutTips[i]);
-      box->setFixedWidth(k == 0 ? boxWidth : boxWidth * 2 / 3);
-      txtCursor_[i] = box;
-      boxes->addWidget(box);
-    }
-    group->addLayout(boxes);
-    row->addLayout(group);
-  }
-  row->addStretch(1);
-  return panel;
-}
-
 // ---- the view --------------------------------------------------------------------------
 
 PlotScene frmMain::Scene() const {
   PlotScene scene = live_.Scene();
-  scene.Colors = palettes_[static_cast<size_t>(activePalette_)];
-  scene.Threshold = navigation_.Threshold;
-  scene.CursorsShown = cursorDisplay_;
-  scene.Cursors = cursors_;
+  scene.Colors = display_.ActiveColors();
+  scene.Threshold = display_.Navigation.Threshold;
+  scene.CursorsShown = display_.CursorDisplay;
+  scene.Cursors = display_.Cursors;
   scene.SelectedTrace = selection_.SelectedTrace;
   scene.SelectedPoint = selection_.SelectedPoint;
-  const QAction* constellation = MenuEntry("mnuViewConstellation");
-  scene.Constellation = constellation != nullptr && constellation->isChecked();
+  scene.Constellation = display_.Constellation;
   return scene;
 }
 
 void frmMain::UpdateView() {
   live_.View.PrepareRedraw();
   SyncScrollBars();
-  SetChecksFB(live_.View.CheckedFB);
-  SetChecksDB(live_.View.CheckedDB);
+  ShowCommands();
   picSpectrum_->ShowScene(Scene());
   FollowCoordinateReadout();
   RefreshSelectionPanels();
-  ShowCursorReadouts();
-  SetMoveButtons();
-}
-
-namespace {
-
-// The check mark of a preset on the toolbar's drop-down as on the View menu.
-void CheckDropDown(QMenu* entries, int index) {
-  if (entries == nullptr) return;
-  const QList<QAction*> items = entries->actions();
-  for (qsizetype i = 0; i < items.size(); ++i) items[i]->setChecked(i == index);
-}
-
-}  // namespace
-
-void frmMain::SetChecksDB(int index) {
-  for (int i = 0; i < kPresetCount; ++i) dbItems_[static_cast<size_t>(i)]->setChecked(i == index);
-  CheckDropDown(DropDown("dBperDiv"), index);
-}
-
-void frmMain::SetChecksFB(int index) {
-  for (int i = 0; i < kPresetCount; ++i) spanItems_[static_cast<size_t>(i)]->setChecked(i == index);
-  CheckDropDown(DropDown("FSpan"), index);
+  cursorPanel_->Show(CursorReadouts(display_, live_.State.Capture.FreqScale, live_.State.Capture.FreqFormat));
 }
 
 void frmMain::ApplyViewOutcome(const ViewOutcome& outcome) {

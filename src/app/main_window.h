@@ -7,10 +7,11 @@
 
 #include <array>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 
+#include "app/command_builder.h"
+#include "app/display_state.h"
 #include "app/save_dialog.h"
 #include "app/window_notices.h"
 #include "dsp/data_set_export.h"
@@ -28,17 +29,14 @@
 class QAction;
 class QCloseEvent;
 class QPrinter;
-class QComboBox;
-class QLineEdit;
 class QMenu;
 class QPushButton;
 class QScrollBar;
-class QToolBar;
 class QTimer;
-class QToolButton;
 
 namespace tavrix {
 
+class CursorPanel;
 class EntryBox;
 class SettingsStore;
 class PlotWidget;
@@ -71,9 +69,9 @@ struct MainWindowOptions {
 };
 
 // The main window. It owns the state (the live spectrum with its view window, the
-// selection, cursors, threshold and palettes, the acquisition cycle), builds its menus
-// and toolbars from the command tables, forwards events to the state and draws what the
-// state says.
+// selection, the display state with the options, palettes, cursors, threshold and move
+// type, the acquisition cycle), has its menus and toolbars built from the command tables,
+// forwards events to the state and draws what the state says: check marks included.
 class frmMain : public QMainWindow {
   Q_OBJECT
 
@@ -99,7 +97,7 @@ class frmMain : public QMainWindow {
   // The unit of the directory that is current; empty for none (or a unit not stored).
   const std::string& CurrentModemName() const { return currentModemName_; }
 
-  // Palettes, options and the view as a picture (main_window_options.cpp).
+  // Palettes and the view as a picture (main_window_options.cpp).
   void mnuOptionsPalette_Click(int index);
   // The colour-picking routine of one field of a palette (0 viewing, 1 printing).
   void PickColor(int palette, int field);
@@ -109,20 +107,21 @@ class frmMain : public QMainWindow {
   // Draws the report page onto a printer that is set up and ready.
   void PrintView(QPrinter& printer);
   void mnuHelpAbout_Click();
-  const std::array<Palette, 2>& Palettes() const { return palettes_; }
 
   // Settings (main_window_settings.cpp): what the window would store now, and storing it.
   ViewerSettings CurrentSettings() const;
   void UnloadSettings();
   SettingsStore& Store() { return *store_; }
 
-  // Commands: a toolbar button by key (menu entries that duplicate a button come here
-  // too), a drop-down entry by key, the presets, an export.
-  void tbMain_ButtonClick(const QString& key);
-  void tbMain_ButtonMenuClick(const QString& buttonKey, const QString& entryKey);
+  // Commands (main_window_commands.cpp): any command by its handle, with its index in a
+  // family; a toolbar button (menu entries that duplicate a button come here too); an entry
+  // of a button's drop-down by its place; the presets; an export.
+  void RunCommand(Command command, int index = 0);
+  void tbMain_ButtonClick(Command button);
+  void tbMain_ButtonMenuClick(Command button, int entry);
   void mnuViewDBB_Click(int index);
   void mnuViewFB_Click(int index);
-  void mnuCommStopGo_Click() { tbMain_ButtonClick("StopGo"); }
+  void mnuCommStopGo_Click() { tbMain_ButtonClick(Command::StopGo); }
   void ExportDataSet(DataSet set);
 
   // Point navigation and the plot's pointer (main_window_pointer.cpp).
@@ -149,15 +148,15 @@ class frmMain : public QMainWindow {
 
   LiveSpectrum& Live() { return live_; }
   const Selection& CurrentSelection() const { return selection_; }
-  const PointNavigation& Navigation() const { return navigation_; }
+  const DisplayState& Display() const { return display_; }
   const PointerModes& Modes() const { return modes_; }
-  const std::array<CursorMark, 2>& Cursors() const { return cursors_; }
   EntryBox* Entry(const QString& name) const;
   AcquisitionCycle& Cycle() { return *cycle_; }
-  QAction* Button(const QString& key) const;
-  QAction* MenuEntry(const QString& name) const;
-  QMenu* DropDown(const QString& key) const;
+  // A command's action (a family's entry at `index`), and a drop-down button's entries.
+  QAction* Action(Command command, int index = 0) const { return commands_.Action(command, index); }
+  QMenu* DropDown(Command button) const { return commands_.DropDown(button); }
   StatusPanels* Panels() const { return panels_; }
+  CursorPanel* Cursors() const { return cursorPanel_; }
   PlotWidget* Plot() const { return picSpectrum_; }
   QScrollBar* VScroll() const { return vScroll_; }
   QScrollBar* HScroll() const { return hScroll_; }
@@ -177,16 +176,9 @@ class frmMain : public QMainWindow {
   void showEvent(QShowEvent* event) override;
 
  private:
-  // Building (main_window_commands.cpp).
-  void BuildCommands();
-  void BuildMenus();
-  void BuildMainToolbar();
-  void BuildCursorToolbar(QToolBar* bar);
-  QAction* AddEntry(QMenu* menu, const struct MenuEntryRow& entry);
-  QToolButton* DropDownButton(QAction* face, const QString& key, QMenu* entries);
-  void EnableCommands();
-  // The captions and tool tips of the movement commands for a move mode.
-  void ShowMoveMode(bool byPeaks);
+  // Check marks, enabled commands and the move type's captions, from the state.
+  void ShowCommands();
+  void ToggleOption(bool DisplayState::*option);
 
   // Settings, palettes and the directory at start.
   void LoadSettings();
@@ -196,13 +188,14 @@ class frmMain : public QMainWindow {
   // Says once in the Status panel why the settings could not be written; true when they were.
   bool SettingsWritten(bool written);
   void ApplySettings(const ViewerSettings& settings);
+  // The threshold and its box, from the box, a placing press or the settings.
+  void SetThreshold(float level);
   void ApplyGeometry(const StoredGeometry& stored);
   // A new user's first window: three quarters of the primary screen, centred.
   void ShowFirstStartPlace();
   StoredGeometry CurrentGeometry() const;
   // Remembers the place and size of the normal window, which a maximised one returns to.
   void KeepNormalPlace();
-  void ConnectOptionCommands();
   void LoadDirectory();
   void SaveDirectory();
   void FillRecentMenu();
@@ -219,20 +212,16 @@ class frmMain : public QMainWindow {
 
   // Layout (main_window.cpp).
   void BuildCentralArea();
-  QWidget* BuildReadoutPanel();
 
   // Acquisition and captures (main_window_live.cpp).
   void ShowAcquisitionDisplay();
   // Clears every trace of the unit watched before, back to the no-capture state.
   void ForgetCaptures();
-  void ShowSpanCaptions();
   void RefreshSelectionPanels();
   void SetTitle();
 
   // View commands.
   void ApplyViewOutcome(const ViewOutcome& outcome);
-  void SetChecksDB(int index);
-  void SetChecksFB(int index);
   void SyncScrollBars();
   void OnScrollAction(QScrollBar* bar, int action);
   void OnScrollDragged(QScrollBar* bar);
@@ -242,8 +231,8 @@ class frmMain : public QMainWindow {
 
   // Pointer and mouse (main_window_pointer.cpp).
   void ConnectPlotMouse();
+  // The pointer modes' check marks and the plot's pointer.
   void ShowModes();
-  void SetMoveButtons();
   // The floating read-out of the selected point beside a press at plot position (x, y);
   // it follows that position through zooms and pans, and goes when it leaves the view.
   void ShowCoordinateReadout(float x, float y);
@@ -258,20 +247,14 @@ class frmMain : public QMainWindow {
   // Cursors and entry boxes (main_window_entries.cpp).
   void BuildEntryBoxes();
   EntryBox* NewThresholdBox(QWidget* parent);
-  void ShowCursorReadouts();
-  void EnableZoomCursors();
   void MoveToSpecificPoint(int point);
 
   MainWindowOptions options_;
   LiveSpectrum live_;
   Selection selection_;
-  PointNavigation navigation_;
+  DisplayState display_;
   PointerModes modes_;
   PlotMouse mouse_{modes_, live_.View};
-  std::array<CursorMark, 2> cursors_{};
-  bool cursorDisplay_ = false;
-  std::array<Palette, 2> palettes_ = kDefaultPalettes;
-  int activePalette_ = kViewingPalette;
   std::unique_ptr<SettingsStore> store_;
   Modems modems_;
   std::string currentModemName_;          // the current unit of the directory, by name
@@ -291,9 +274,8 @@ class frmMain : public QMainWindow {
   QScrollBar* vScroll_ = nullptr;
   QScrollBar* hScroll_ = nullptr;
   StatusPanels* panels_ = nullptr;
-  QToolBar* tbMain_ = nullptr;
-  QToolBar* tbCursors_ = nullptr;
-  QComboBox* comboPeakPoint_ = nullptr;
+  CursorPanel* cursorPanel_ = nullptr;
+  CommandSet commands_;
   EntryBox* txtThreshold_ = nullptr;
   EntryBox* txtPoint_ = nullptr;
   EntryBox* txtFreq_ = nullptr;
@@ -307,15 +289,7 @@ class frmMain : public QMainWindow {
   QString settingsWriteError_;   // the write failure last told, so it is told once
   std::string directoryRepair_;  // what was repaired in the stored directory at start
   QTimer* curPointClick_ = nullptr;  // a click on "CurPoint" waits to see if a second follows
-  std::array<QLineEdit*, 6> txtCursor_{};
   QPushButton* cmdUpdate_ = nullptr;
-  QAction* stopGoMenu_ = nullptr;
-  QMenu* viewMenu_ = nullptr;
-  std::map<QString, QAction*> buttons_;   // tbMain and tbCursors, by key
-  std::map<QString, QAction*> entries_;   // menu entries by control name
-  std::map<QString, QMenu*> dropDowns_;   // drop-down menus by button key
-  std::array<QAction*, kPresetCount> dbItems_{};
-  std::array<QAction*, kPresetCount> spanItems_{};
 
   std::unique_ptr<WindowNotices> notices_;
   std::unique_ptr<AcquisitionCycle> cycle_;  // declared last: its link thread stops first

@@ -1,8 +1,6 @@
-// The main window's cursors and entry boxes: cursor placement and display with their
-// read-outs, and the point, frequency, amplitude and threshold boxes.
-#include <QAction>
+// The main window's cursors and entry boxes: cursor placement and display, and the point,
+// frequency, amplitude and threshold boxes.
 #include <QApplication>
-#include <QLineEdit>
 #include <QTimer>
 
 #include <algorithm>
@@ -12,14 +10,9 @@
 #include "app/window_text.h"
 #include "app/plot_widget.h"
 #include "app/status_panels.h"
-#include "common/picture_format.h"
+#include "view/selection_readout.h"
 
 namespace tavrix {
-
-namespace {
-
-
-}  // namespace
 
 EntryBox* frmMain::Entry(const QString& name) const {
   for (EntryBox* box : {txtPoint_, txtFreq_, txtAmp_, txtThreshold_})
@@ -50,11 +43,11 @@ void frmMain::BuildEntryBoxes() {
   frequency.CharacterSet = 5;
   frequency.MaxLength = 16;
   frequency.Initial = selected([this, &capture, &traces](size_t i, int t) {
-    return Text(FormatPicture(traces.FreqPoints[i][t] / static_cast<double>(capture.FreqScale), capture.FreqFormat));
+    return Text(FrequencyReadout(traces.FreqPoints[i][t], capture.FreqScale, capture.FreqFormat));
   });
   // Shown, compared and bounded in the "Frequency" panel's unit, over the active trace.
   frequency.Check = [this, &capture, &traces](const std::string& text) {
-    const int t = std::max(navigation_.ActiveTrace, 0);
+    const int t = std::max(display_.Navigation.ActiveTrace, 0);
     float low = traces.FreqPoints[0][t], high = low;
     for (const TracePoint& f : traces.FreqPoints) {
       low = std::min(low, f[t]);
@@ -64,7 +57,7 @@ void frmMain::BuildEntryBoxes() {
     return CheckFrequencyEntry(text, low / scale, high / scale, capture.FreqFormat);
   };
   frequency.Apply = [this, &capture, &traces](double megahertz) {
-    const int t = navigation_.ActiveTrace;
+    const int t = display_.Navigation.ActiveTrace;
     const TracePointRef p = NearestPoint(traces, megahertz * capture.FreqScale, 0, 1, 0, t);
     if (p.Point != 0) MoveToSpecificPoint(p.Point);
   };
@@ -76,7 +69,7 @@ void frmMain::BuildEntryBoxes() {
       [&traces](size_t i, int t) { return LevelText(traces.AmpPoints[i][t]); });
   amplitude.Check = [](const std::string& text) { return CheckAmplitudeEntry(text); };
   amplitude.Apply = [this, &traces](double level) {
-    const TracePointRef p = NearestPoint(traces, 0, -level, 0, 1, navigation_.ActiveTrace);
+    const TracePointRef p = NearestPoint(traces, 0, -level, 0, 1, display_.Navigation.ActiveTrace);
     if (p.Point != 0) MoveToSpecificPoint(p.Point);
   };
 
@@ -112,15 +105,14 @@ EntryBox* frmMain::NewThresholdBox(QWidget* parent) {
   EntryBox::Behaviour threshold;
   threshold.CharacterSet = 1;
   threshold.MaxLength = 8;
-  threshold.Initial = [this] { return LevelText(navigation_.Threshold); };
+  threshold.Initial = [this] { return LevelText(display_.Navigation.Threshold); };
   threshold.Check = [](const std::string& text) { return CheckThresholdEntry(text); };
   threshold.Apply = [this](double level) {
-    navigation_.Threshold = static_cast<float>(level);
-    txtThreshold_->setText(LevelText(navigation_.Threshold));
+    SetThreshold(static_cast<float>(level));
     UpdateView();
   };
   // Escape puts the threshold's own value back.
-  threshold.Escaped = [this] { txtThreshold_->setText(LevelText(navigation_.Threshold)); };
+  threshold.Escaped = [this] { SetThreshold(display_.Navigation.Threshold); };
   auto* box = new EntryBox(threshold, parent);
   box->setObjectName("txtThreshold");
   box->setToolTip("Minimum Peak Threshold");
@@ -139,50 +131,28 @@ void frmMain::OpenEntryBox(const QString& panelKey) {
 
 void frmMain::MoveToSpecificPoint(int point) {
   if (!KeepActiveTraceVisible()) return;
-  SelectPoint(navigation_.ActiveTrace, point, true);
+  SelectPoint(display_.Navigation.ActiveTrace, point, true);
   const float x = live_.View.CenterX(), y = live_.View.CenterY();
   live_.View.KeepInView(x, y);
   UpdateView();
   ShowCoordinateReadout(x, y);
 }
 
+void frmMain::SetThreshold(float level) {
+  display_.Navigation.Threshold = level;
+  txtThreshold_->setText(LevelText(level));
+}
+
 void frmMain::mnuViewCursor_Click(int index) {
   modes_.PlacingCursor = index + 1;
-  cursorDisplay_ = true;
-  MenuEntry("mnuViewCursors")->setChecked(true);
-  Button("CursorDelta")->setChecked(true);
-  EnableZoomCursors();
+  display_.CursorDisplay = true;
   ShowModes();
   UpdateView();
 }
 
 void frmMain::mnuViewCursors_Click() {
-  cursorDisplay_ = !cursorDisplay_;
-  MenuEntry("mnuViewCursors")->setChecked(cursorDisplay_);
-  Button("CursorDelta")->setChecked(cursorDisplay_);
-  EnableZoomCursors();
+  display_.CursorDisplay = !display_.CursorDisplay;
   UpdateView();
-}
-
-void frmMain::EnableZoomCursors() {
-  Button("ZoomCursors")->setEnabled(cursorDisplay_ && cursors_[0].Placed() && cursors_[1].Placed());
-}
-
-void frmMain::ShowCursorReadouts() {
-  const CaptureFields& capture = live_.State.Capture;
-  const auto frequency = [&capture](double x) {
-    return Text(FormatPicture(x / capture.FreqScale, capture.FreqFormat));
-  };
-  const auto level = [](double db) { return Text(FormatPicture(db, "0.000dB")); };
-  for (size_t c = 0; c < cursors_.size(); ++c) {
-    const bool shown = cursorDisplay_ && cursors_[c].Placed();
-    txtCursor_[2 * c]->setText(shown ? frequency(cursors_[c].X) : QString());
-    txtCursor_[2 * c + 1]->setText(shown ? level(-static_cast<double>(cursors_[c].Y)) : QString());
-  }
-  // Cursor 2 less cursor 1, in frequency and in level.
-  const bool both = cursorDisplay_ && cursors_[0].Placed() && cursors_[1].Placed();
-  txtCursor_[4]->setText(both ? frequency(static_cast<double>(cursors_[1].X) - cursors_[0].X) : QString());
-  txtCursor_[5]->setText(both ? level(static_cast<double>(cursors_[0].Y) - cursors_[1].Y) : QString());
 }
 
 }  // namespace tavrix

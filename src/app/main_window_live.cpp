@@ -4,7 +4,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QMenu>
 #include <QProgressBar>
 #include <QTimer>
 
@@ -23,7 +22,6 @@ namespace tavrix {
 namespace {
 
 constexpr int kCaptureBlinkMs = 400;
-
 
 }  // namespace
 
@@ -48,13 +46,12 @@ void frmMain::SetTitle() {
 
 uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
   QProgressBar* progress = panels_->ProgressBar();
-  const bool windowSpectrum = MenuEntry("mnuOptionsWindow")->isChecked();
-  const CaptureOutcome outcome =
-      live_.ProcessBlock(block, windowSpectrum, [progress](int percent) { progress->setValue(percent); });
+  const CaptureOutcome outcome = live_.ProcessBlock(block, display_.WindowSpectrum,
+                                                    [progress](int percent) { progress->setValue(percent); });
   const UpdateReport& r = outcome.Report;
-  ShowSpanCaptions();
-  Button("VideoAverage")->setToolTip(Text(r.VideoAverageToolTip));
-  Button("PeakHold")->setToolTip(Text(r.PeakHoldToolTip));
+  commands_.ShowSpanCaptions(&live_.State.Capture.SpanCaptions);
+  Action(Command::VideoAverage)->setToolTip(Text(r.VideoAverageToolTip));
+  Action(Command::PeakHold)->setToolTip(Text(r.PeakHoldToolTip));
   panels_->SetText("CenterFreq", Text(r.CenterFreqPanel));
   panels_->SetText("SampleRate", Text(r.SampleRatePanel));
   if (r.StatusText) panels_->SetText("Status", Text(*r.StatusText));
@@ -74,23 +71,9 @@ void frmMain::ForgetCaptures() {
   selection_ = {};
   panels_->SetText("CenterFreq", {});
   panels_->SetText("SampleRate", {});
-  Button("VideoAverage")->setToolTip("Video Average Trace");
-  Button("PeakHold")->setToolTip("Peak Hold Trace");
-  for (size_t i = 0; i < spanItems_.size(); ++i) spanItems_[i]->setText(kSpanCaptions[i]);
-  if (QMenu* entries = DropDown("FSpan"))
-    for (qsizetype i = 0; i < entries->actions().size() && i < kPresetCount; ++i)
-      entries->actions()[i]->setText(kFSpanEntries[static_cast<size_t>(i)].Text);
+  for (const Command c : {Command::VideoAverage, Command::PeakHold}) Action(c)->setToolTip(RowOf(c).ToolTip);
+  commands_.ShowSpanCaptions(nullptr);
   UpdateView();
-}
-
-void frmMain::ShowSpanCaptions() {
-  const auto& captions = live_.State.Capture.SpanCaptions;
-  QMenu* entries = DropDown("FSpan");
-  for (size_t i = 0; i < captions.size(); ++i) {
-    spanItems_[i]->setText(Text(captions[i]));
-    if (entries != nullptr && i < static_cast<size_t>(entries->actions().size()))
-      entries->actions()[static_cast<qsizetype>(i)]->setText(Text(captions[i]));
-  }
 }
 
 void frmMain::RefreshSelectionPanels() {
@@ -106,17 +89,17 @@ void frmMain::RefreshSelectionPanels() {
 
 void frmMain::ShowAcquisitionDisplay() {
   const AcquisitionDisplay& d = cycle_->Display();
-  QAction* stopGo = Button("StopGo");
+  QAction* stopGo = Action(Command::StopGo);
   stopGo->setChecked(d.StopGoPressed);
   // Pressed (halted) it shows the halted lamp; otherwise the command a click gives: Stop
   // while updates run, Start while they are stopped (after a failed connect, say).
   const bool stopped = cycle_->Stopped();
   stopGo->setIcon(ProjectIcon(d.StopGoPressed ? ToolbarImage(d.StopGoImage) : stopped ? "Start" : "Stop"));
   stopGo->setToolTip(stopped ? "Start Updates" : "Stop Updates");
-  stopGoMenu_->setText(Text(d.StopGoCaption));
-  Button("SingleStep")->setEnabled(d.SingleStepEnabled);
+  Action(Command::CommStopGo)->setText(Text(d.StopGoCaption));
+  Action(Command::SingleStep)->setEnabled(d.SingleStepEnabled);
   const char* lamp = d.StatusPicture == kImageNone ? "Red" : ToolbarImage(d.StatusPicture);
-  Button("Status")->setIcon(ProjectIcon(lamp));
+  Action(Command::Status)->setIcon(ProjectIcon(lamp));
   panels_->SetPicture("Status", d.StatusPicture == kImageNone ? QString() : QString(lamp));
   // While the first connection is made the bar shows that something is under way.
   QProgressBar* progress = panels_->ProgressBar();
@@ -136,8 +119,7 @@ void frmMain::ShowAcquisitionDisplay() {
 void frmMain::ExportDataSet(DataSet set) {
   const DataSetInfo& info = InfoOf(set);
   const SaveDialogSetup setup{info.DialogTitle, lastPath_, "*.TXT", "TXT", {"*.TXT (*.TXT)", "*.* (*)"}};
-  const std::optional<QString> file =
-      options_.ChooseSaveFile(setup);
+  const std::optional<QString> file = options_.ChooseSaveFile(setup);
   if (!file || file->isEmpty()) return;  // cancelled: nothing is written, nothing said
   const QFileInfo chosen(*file);
   if (chosen.absoluteDir().exists()) lastPath_ = chosen.absolutePath();

@@ -7,6 +7,7 @@
 
 #include "app/command_table.h"
 #include "app/main_window.h"
+#include "app/window_text.h"
 #include "store/modem_properties_dialog.h"
 #include "store/modem_select_dialog.h"
 #include "store/settings_store.h"
@@ -15,12 +16,8 @@ namespace tavrix {
 
 namespace {
 
-bool SameName(const std::string& a, const std::string& b) {
-  return QString::fromStdString(a).compare(QString::fromStdString(b), Qt::CaseInsensitive) == 0;
-}
-
 // A unit's name as a menu caption: an "&" shows as itself, not as a mnemonic.
-QString MenuCaption(const std::string& name) { return QString::fromStdString(name).replace("&", "&&"); }
+QString MenuCaption(const std::string& name) { return Text(name).replace("&", "&&"); }
 
 }  // namespace
 
@@ -61,12 +58,12 @@ void frmMain::FillRecentMenu() {
   int places = 0;
   while (places < kRecentModems && modems_.GetRecent(places + 1) != 0) ++places;
   for (int i = 0; i < kRecentModems; ++i) {
-    QAction* item = MenuEntry(QString("mnuCommSel%1").arg(i));
+    QAction* item = Action(Command::CommSel, i);
     const Modem* modem = i < places ? modems_.WithIndex(modems_.GetRecent(places - i)) : nullptr;
     item->setCheckable(modem != nullptr);
     if (modem != nullptr) {
       item->setText(MenuCaption(modem->Name));
-      item->setData(QString::fromStdString(modem->Name));
+      item->setData(Text(modem->Name));
       item->setChecked(!outsideModem_ && SameName(modem->Name, currentModemName_));
     } else {
       item->setText(i == 0 ? kNoRecentModem : "");
@@ -78,7 +75,7 @@ void frmMain::FillRecentMenu() {
 }
 
 void frmMain::mnuCommSel_Click(int index) {
-  const QAction* item = MenuEntry(QString("mnuCommSel%1").arg(index));
+  const QAction* item = Action(Command::CommSel, index);
   if (item == nullptr || !item->data().isValid()) return;
   ChooseModem(item->data().toString().toStdString());
 }

@@ -1,7 +1,6 @@
-// The main window's palettes and options, and the view as a picture: the palette in use,
-// the colour of each field of either palette, the three options, and the plot copied to
-// the clipboard, saved as PNG or SVG, and printed as a report page.
-#include <QAction>
+// The main window's palettes and the view as a picture: the palette in use, the colour of
+// each field of either palette, and the plot copied to the clipboard, saved as PNG or SVG,
+// and printed as a report page.
 #include <QApplication>
 #include <QClipboard>
 #include <QColorDialog>
@@ -33,31 +32,7 @@ namespace {
 // then print a clear quarter of a millimetre wide, and text and traces stay vectors.
 constexpr int kPrintDotsPerInch = 96;
 
-
-
 }  // namespace
-
-void frmMain::ConnectOptionCommands() {
-  for (int index = 0; index < 2; ++index)
-    connect(MenuEntry(QString("mnuOptionsPalette%1").arg(index)), &QAction::triggered, this,
-            [this, index] { mnuOptionsPalette_Click(index); });
-  for (const ColorEntryRow& c : kColorEntries)
-    for (int palette = 0; palette < 2; ++palette) {
-      const int field = c.Field;
-      connect(MenuEntry(QString(c.Name) + QString::number(palette)), &QAction::triggered, this,
-              [this, palette, field] { PickColor(palette, field); });
-    }
-  connect(MenuEntry("mnuViewCopy"), &QAction::triggered, this, &frmMain::mnuViewCopy_Click);
-  connect(MenuEntry("mnuFileSaveView"), &QAction::triggered, this, &frmMain::mnuFileSaveView_Click);
-  connect(MenuEntry("mnuFilePrint"), &QAction::triggered, this, &frmMain::mnuFilePrint_Click);
-  connect(MenuEntry("mnuHelpAbout"), &QAction::triggered, this, &frmMain::mnuHelpAbout_Click);
-  connect(MenuEntry("mnuCommAdd"), &QAction::triggered, this, &frmMain::mnuCommAdd_Click);
-  connect(MenuEntry("mnuCommManage"), &QAction::triggered, this, &frmMain::mnuCommManage_Click);
-  for (int i = 0; i < kRecentModems; ++i)
-    connect(MenuEntry(QString("mnuCommSel%1").arg(i)), &QAction::triggered, this, [this, i] { mnuCommSel_Click(i); });
-  // The window option changes the next capture's spectrum; snap and panel act on the
-  // next press. Each only inverts its own check mark.
-}
 
 // The colour dialog: the chosen colour, or nothing when cancelled.
 std::optional<QColor> ShowColorDialog(QWidget* parent, const QString& title, const QColor& initial) {
@@ -67,9 +42,7 @@ std::optional<QColor> ShowColorDialog(QWidget* parent, const QString& title, con
 }
 
 void frmMain::mnuOptionsPalette_Click(int index) {
-  activePalette_ = index == kPrintingPalette ? kPrintingPalette : kViewingPalette;
-  MenuEntry("mnuOptionsPalette0")->setChecked(activePalette_ == kViewingPalette);
-  MenuEntry("mnuOptionsPalette1")->setChecked(activePalette_ == kPrintingPalette);
+  display_.ActivePalette = index == kPrintingPalette ? kPrintingPalette : kViewingPalette;
   if (loaded_) UpdateView();
 }
 
@@ -79,14 +52,12 @@ void frmMain::PickColor(int palette, int field) {
   for (const ColorEntryRow& c : kColorEntries)
     if (c.Field == field) entry = &c;
   if (entry == nullptr) return;  // position 4 has no menu entry
-  ColorRef& stored = palettes_[static_cast<size_t>(palette)][static_cast<size_t>(field)];
-  const QString title = entry->DialogTitle;
-  const std::optional<QColor> chosen =
-      options_.ChooseColor(title, ToColor(stored));
+  ColorRef& stored = display_.Palettes[static_cast<size_t>(palette)][static_cast<size_t>(field)];
+  const std::optional<QColor> chosen = options_.ChooseColor(entry->DialogTitle, ToColor(stored));
   if (!chosen) return;  // cancelled: the colour stays
   stored = MakeColorRef(chosen->red(), chosen->green(), chosen->blue());
   // Only the palette in use is on the screen; the pointer and a pending placement stay.
-  if (palette == activePalette_) UpdateView();
+  if (palette == display_.ActivePalette) UpdateView();
 }
 
 void frmMain::mnuViewCopy_Click() {
@@ -101,14 +72,13 @@ void frmMain::mnuViewCopy_Click() {
 void frmMain::mnuFileSaveView_Click() {
   const SaveDialogSetup setup{"Save View As", lastPath_, "spectrum.png", "png",
                               {"PNG Image (*.png)", "SVG Drawing (*.svg)"}, true};
-  const std::optional<QString> file =
-      options_.ChooseSaveFile(setup);
+  const std::optional<QString> file = options_.ChooseSaveFile(setup);
   if (!file || file->isEmpty()) return;
   QString path = *file;
   if (QFileInfo(path).suffix().isEmpty()) path += ".png";
   if (QFileInfo(path).absoluteDir().exists()) lastPath_ = QFileInfo(path).absolutePath();
   PlotScene scene = Scene();
-  scene.Colors = palettes_[kPrintingPalette];
+  scene.Colors = display_.Palettes[kPrintingPalette];
   QString error;
   if (!SaveViewFile(scene, picSpectrum_->size(), picSpectrum_->devicePixelRatioF(), path, &error))
     notices_->Ask(error.toStdString(), kProgramTitle, MessageButtons::Ok, MessageIcon::Critical);
@@ -141,25 +111,18 @@ PageFacts frmMain::PrintedPageFacts() const {
     shown << name;
   }
   facts.Settings << "Traces:  " + (shown.isEmpty() ? QString("none") : shown.join(", "))
-                 << "Minimum Peak Threshold:  " + LevelText(navigation_.Threshold)
-                 << QString("Window Spectrum Trace:  %1").arg(MenuEntry("mnuOptionsWindow")->isChecked() ? "on" : "off");
+                 << "Minimum Peak Threshold:  " + LevelText(display_.Navigation.Threshold)
+                 << QString("Window Spectrum Trace:  %1").arg(display_.WindowSpectrum ? "on" : "off");
   if (selection_.SelectedPoint != 0) {
     const SelectionReadout r = ReadSelection(traces, selection_, capture.FreqScale, capture.FreqFormat);
     facts.Readings << Text("Selected:  " + r.Trace + ", point " + r.Point + ", " + r.Frequency + ", " + r.Amplitude);
   }
-  if (cursorDisplay_) {
-    for (size_t c = 0; c < cursors_.size(); ++c) {
-      if (!cursors_[c].Placed()) continue;
-      facts.Readings << QString("Cursor %1:  %2, %3")
-                            .arg(c + 1)
-                            .arg(Text(FormatPicture(cursors_[c].X / capture.FreqScale, capture.FreqFormat)),
-                                 Text(FormatPicture(-static_cast<double>(cursors_[c].Y), "0.000dB")));
-    }
-    if (cursors_[0].Placed() && cursors_[1].Placed())
-      facts.Readings << QString("Delta:  %1, %2")
-                            .arg(Text(FormatPicture((static_cast<double>(cursors_[1].X) - cursors_[0].X) / capture.FreqScale,
-                                                    capture.FreqFormat)),
-                                 Text(FormatPicture(static_cast<double>(cursors_[0].Y) - cursors_[1].Y, "0.000dB")));
+  // The cursor read-outs as the panel below the plot shows them.
+  const std::array<std::string, 6> cursors = CursorReadouts(display_, capture.FreqScale, capture.FreqFormat);
+  for (size_t c = 0; c < 3; ++c) {
+    if (cursors[2 * c].empty()) continue;
+    const QString name = c < 2 ? QString("Cursor %1").arg(c + 1) : QString("Delta");
+    facts.Readings << name + ":  " + Text(cursors[2 * c]) + ", " + Text(cursors[2 * c + 1]);
   }
   return facts;
 }
@@ -173,7 +136,7 @@ void frmMain::PrintView(QPrinter& printer) {
     return;
   }
   PlotScene scene = Scene();
-  scene.Colors = palettes_[kPrintingPalette];
+  scene.Colors = display_.Palettes[kPrintingPalette];
   const QRectF page = printer.pageLayout().paintRectPixels(printer.resolution()).translated(
       -printer.pageLayout().paintRectPixels(printer.resolution()).topLeft());
   DrawPrintedPage(painter, page, scene, PrintedPageFacts());

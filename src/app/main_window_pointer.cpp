@@ -77,30 +77,21 @@ void frmMain::Notice(const std::string& text) {
 }
 
 void frmMain::ShowModes() {
-  for (const ModeCommand& c : kModeCommands) Button(c.ButtonKey)->setChecked(modes_.Pressed(c.Mode));
-  MenuEntry("mnuViewEnd")->setEnabled(modes_.EndEnabled());
-  MenuEntry("mnuViewCursor0")->setChecked(modes_.PlacingCursor == 1);
-  MenuEntry("mnuViewCursor1")->setChecked(modes_.PlacingCursor == 2);
+  ShowCommands();
   picSpectrum_->setCursor(PointerFor(modes_.Image()));
 }
 
-void frmMain::SetMoveButtons() {
-  const bool data = live_.State.Traces.DataValid;
-  for (const char* key : {"FirstPoint", "NextPoint", "PreviousPoint", "LastPoint"}) Button(key)->setEnabled(data);
-  Button("CurPoint")->setEnabled(navigation_.LastSelectedPoint != 0);
-}
-
 void frmMain::comboPeakPoint_Click(int index) {
-  navigation_.MoveByPeaks = index == 1;
-  ShowMoveMode(navigation_.MoveByPeaks);
+  display_.Navigation.MoveByPeaks = index == 1;
+  ShowCommands();
 }
 
-void frmMain::mnuViewPeakPoint_Click() { comboPeakPoint_Click(navigation_.MoveByPeaks ? 0 : 1); }
+void frmMain::mnuViewPeakPoint_Click() { comboPeakPoint_Click(display_.Navigation.MoveByPeaks ? 0 : 1); }
 
 void frmMain::SelectPoint(int trace, int point, bool remember) {
   selection_ = {trace, point};
-  navigation_.ActiveTrace = trace;
-  if (remember) navigation_.LastSelectedPoint = point;
+  display_.Navigation.ActiveTrace = trace;
+  if (remember) display_.Navigation.LastSelectedPoint = point;
   const size_t i = static_cast<size_t>(point - 1);
   const TraceSet& t = live_.State.Traces;
   // Zooms and presets centre on the selected point from now on.
@@ -109,22 +100,22 @@ void frmMain::SelectPoint(int trace, int point, bool remember) {
 
 bool frmMain::KeepActiveTraceVisible() {
   const TraceSet& t = live_.State.Traces;
-  const int active = navigation_.ActiveTrace;
-  if (active < 0 || !t.TraceVisible[static_cast<size_t>(active)]) navigation_.ActiveTrace = FirstVisibleTrace(t);
-  return navigation_.ActiveTrace >= 0;
+  const int active = display_.Navigation.ActiveTrace;
+  if (active < 0 || !t.TraceVisible[static_cast<size_t>(active)]) display_.Navigation.ActiveTrace = FirstVisibleTrace(t);
+  return display_.Navigation.ActiveTrace >= 0;
 }
 
 void frmMain::MovePoint(PointMove move) {
   const TraceSet& t = live_.State.Traces;
   if (!KeepActiveTraceVisible()) return;  // no trace shown: nothing to move on
-  if (move == PointMove::LastSelected && navigation_.LastSelectedPoint == 0) {
+  if (move == PointMove::LastSelected && display_.Navigation.LastSelectedPoint == 0) {
     Notice(kNoPreviousPointText);
     return;
   }
-  const int point = MoveTarget(move, t, navigation_, selection_);
+  const int point = MoveTarget(move, t, display_.Navigation, selection_);
   if (point == 0) return;  // a move that finds no point changes nothing
-  SelectPoint(navigation_.ActiveTrace, point, false);
-  navigation_.AtLastSelected = move == PointMove::LastSelected;
+  SelectPoint(display_.Navigation.ActiveTrace, point, false);
+  display_.Navigation.AtLastSelected = move == PointMove::LastSelected;
   const float x = live_.View.CenterX(), y = live_.View.CenterY();
   live_.View.KeepInView(x, y);
   UpdateView();
@@ -147,18 +138,16 @@ void frmMain::SelectPress(float x, float y) {
       Notice(check.Message);  // the placement stays pending for a press within range
       return;
     }
-    navigation_.Threshold = -y;
-    txtThreshold_->setText(LevelText(navigation_.Threshold));
+    SetThreshold(-y);
     modes_.PlacingThreshold = false;
     ShowModes();
     UpdateView();
     return;
   }
   if (modes_.PlacingCursor == 1 || modes_.PlacingCursor == 2) {
-    cursors_[static_cast<size_t>(modes_.PlacingCursor - 1)] = {x, y};
+    display_.Cursors[static_cast<size_t>(modes_.PlacingCursor - 1)] = {x, y};
     modes_.PlacingCursor = 0;
     ShowModes();
-    EnableZoomCursors();
     UpdateView();
     return;
   }
@@ -171,9 +160,9 @@ void frmMain::SelectPress(float x, float y) {
       NearestPoint(live_.State.Traces, x, y, area.Width / v.ScaleWidth, area.Height / v.ScaleHeight);
   if (nearest.Trace < 0) return;
   SelectPoint(nearest.Trace, nearest.Point, true);
-  navigation_.AtLastSelected = false;
+  display_.Navigation.AtLastSelected = false;
   UpdateView();
-  if (MenuEntry("mnuOptionsSnap")->isChecked()) MoveCursor(live_.View.CenterX(), live_.View.CenterY());
+  if (display_.SnapToPoint) MoveCursor(live_.View.CenterX(), live_.View.CenterY());
   ShowCoordinateReadout(x, y);
 }
 
@@ -195,14 +184,14 @@ void frmMain::PlaceCoordinateReadout() {
   const PixelRect& area = picSpectrum_->Mapping().Area();
   const bool inSight = press.x() >= area.Left && press.x() <= area.Left + area.Width && press.y() >= area.Top &&
                        press.y() <= area.Top + area.Height;
-  if (!MenuEntry("mnuOptionsPanel")->isChecked() || selection_.SelectedPoint == 0 || !inSight) {
+  if (!display_.SelectionPanelOn || selection_.SelectedPoint == 0 || !inSight) {
     readout->hide();
     return;
   }
   const SelectionReadout r =
       ReadSelection(live_.State.Traces, selection_, live_.State.Capture.FreqScale, live_.State.Capture.FreqFormat);
   // In the plot's own colours, so it reads as part of the display.
-  const Palette& colors = palettes_[static_cast<size_t>(activePalette_)];
+  const Palette& colors = display_.ActiveColors();
   const auto css = [&colors](PaletteField f) { return ToColor(colors[f]).name(); };
   readout->setStyleSheet(QString("QLabel { background: %1; color: %2; border: 1px solid %3; padding: 3px; }")
                              .arg(css(kBackgroundColor), css(kLegendColor), css(kGridLinesColor)));
@@ -223,8 +212,8 @@ void frmMain::PlaceCoordinateReadout() {
 
 void frmMain::mousePressEvent(QMouseEvent* event) {
   // A right press on the window outside the plot offers the View menu.
-  if (event->button() == Qt::RightButton && viewMenu_ != nullptr) {
-    viewMenu_->popup(event->globalPosition().toPoint());
+  if (event->button() == Qt::RightButton && commands_.ViewMenu() != nullptr) {
+    commands_.ViewMenu()->popup(event->globalPosition().toPoint());
     return;
   }
   QMainWindow::mousePressEvent(event);

@@ -1,20 +1,14 @@
 // The main window and its settings: everything read at start in a fixed order (window
 // geometry, both palettes, the configuration keys, the modem directory), and written
 // back in the same order a moment after any of them changes and when the window closes.
-#include <QAction>
 #include <QCloseEvent>
 #include <QDir>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QTimer>
 
-#include <algorithm>
-#include <cmath>
-
-#include "app/entry_box.h"
 #include "app/main_window.h"
 #include "app/window_text.h"
-#include "common/picture_format.h"
 #include "store/settings_store.h"
 #include "view/window_layout.h"
 
@@ -22,18 +16,11 @@ namespace tavrix {
 
 namespace {
 
-constexpr double kTwipsPerInch = 1440.0;
-// Stored geometry beyond any screen is pulled in to this many pixels before it is used.
-constexpr double kFarPixels = 1e6;
 // A window shows at least this much of itself on some screen, or it is brought back.
 constexpr int kVisibleMargin = 48;
 // How often the settings are compared with the ones last written: a change reaches the
 // disk within this time, and a drag of the window writes at most once per interval.
 constexpr int kSettingsKeepMs = 2000;
-
-int PixelsOf(double twips, double dpi) {
-  return static_cast<int>(std::lround(std::clamp(twips * dpi / kTwipsPerInch, -kFarPixels, kFarPixels)));
-}
 
 bool OnSomeScreen(const QRect& window) {
   for (const QScreen* screen : QGuiApplication::screens()) {
@@ -79,34 +66,18 @@ void frmMain::LoadSettings() {
 
 void frmMain::ApplySettings(const ViewerSettings& s) {
   ApplyGeometry(s.Window);
-  palettes_ = s.Palettes;
-  mnuOptionsPalette_Click(s.CurrentPalette);
-  lastPath_ = QString::fromStdString(s.LastPath);
-  MenuEntry("mnuOptionsSnap")->setChecked(s.SnapToPoint);
-  MenuEntry("mnuOptionsWindow")->setChecked(s.WindowSpectrum);
-  MenuEntry("mnuOptionsPanel")->setChecked(s.SelectionPanelOn);
-  cursorDisplay_ = s.CursorDisplay;
-  MenuEntry("mnuViewCursors")->setChecked(cursorDisplay_);
-  Button("CursorDelta")->setChecked(cursorDisplay_);
-  cursors_ = s.Cursors;
-  EnableZoomCursors();
-  // The move mode's switch runs once, so that captions and tool tips match it.
-  comboPeakPoint_Click(s.PointMoves == 0 ? 0 : 1);
-  navigation_.Threshold = s.PeakThreshold;
-  txtThreshold_->setText(LevelText(navigation_.Threshold));
-  const std::array<bool, kTraceCount> shown = {s.CurrentTrace, s.LastTrace, s.VideoAverage, s.PeakHold};
-  for (const TraceSwitch& sw : kTraceSwitches) {
-    const bool on = shown[static_cast<size_t>(sw.Trace)];
-    live_.State.Traces.TraceVisible[static_cast<size_t>(sw.Trace)] = on;
-    Button(sw.ButtonKey)->setChecked(on);
-  }
+  lastPath_ = Text(s.LastPath);
+  display_.Apply(s, live_.State.Traces.TraceVisible);
+  SetThreshold(display_.Navigation.Threshold);
   KeepActiveTraceVisible();
+  // The check marks, and the move type's captions and tool tips, follow the state.
+  ShowCommands();
 }
 
 void frmMain::ApplyGeometry(const StoredGeometry& stored) {
   const double dpiX = DpiOr96(logicalDpiX()), dpiY = DpiOr96(logicalDpiY());
-  QRect wanted(PixelsOf(stored.Left, dpiX), PixelsOf(stored.Top, dpiY), PixelsOf(stored.Width, dpiX),
-               PixelsOf(stored.Height, dpiY));
+  QRect wanted(StoredTwipsToPixels(stored.Left, dpiX), StoredTwipsToPixels(stored.Top, dpiY),
+               StoredTwipsToPixels(stored.Width, dpiX), StoredTwipsToPixels(stored.Height, dpiY));
   const QSize minimum = MinimumPixels();
   // A stored size below the minimum is told and corrected as any resize would be.
   if (const auto correction = CheckWindowSize(wanted.width(), wanted.height(), minimum.width(), minimum.height())) {
@@ -150,32 +121,19 @@ StoredGeometry frmMain::CurrentGeometry() const {
   const QRect r = normal ? QRect(pos(), size()) : normalPlace_;
   StoredGeometry g;
   g.State = isMaximized() ? kWindowMaximized : kWindowNormal;
-  g.Left = r.x() * kTwipsPerInch / dpiX;
-  g.Top = r.y() * kTwipsPerInch / dpiY;
-  g.Width = r.width() * kTwipsPerInch / dpiX;
-  g.Height = r.height() * kTwipsPerInch / dpiY;
+  g.Left = TwipsOfPixels(r.x(), dpiX);
+  g.Top = TwipsOfPixels(r.y(), dpiY);
+  g.Width = TwipsOfPixels(r.width(), dpiX);
+  g.Height = TwipsOfPixels(r.height(), dpiY);
   return g;
 }
 
 ViewerSettings frmMain::CurrentSettings() const {
   ViewerSettings s;
   s.Window = CurrentGeometry();
-  s.Palettes = palettes_;
-  s.CurrentPalette = activePalette_;
   s.LastPath = lastPath_.toStdString();
-  s.SnapToPoint = MenuEntry("mnuOptionsSnap")->isChecked();
-  s.WindowSpectrum = MenuEntry("mnuOptionsWindow")->isChecked();
   s.StopUpdates = cycle_->Stopped();
-  s.SelectionPanelOn = MenuEntry("mnuOptionsPanel")->isChecked();
-  s.CursorDisplay = cursorDisplay_;
-  s.Cursors = cursors_;
-  s.PointMoves = navigation_.MoveByPeaks ? 1 : 0;
-  s.PeakThreshold = navigation_.Threshold;
-  const auto& shown = live_.State.Traces.TraceVisible;
-  s.CurrentTrace = shown[kCurrentTrace];
-  s.LastTrace = shown[kPreviousTrace];
-  s.VideoAverage = shown[kVideoAverageTrace];
-  s.PeakHold = shown[kPeakHoldTrace];
+  display_.SaveTo(s, live_.State.Traces.TraceVisible);
   return s;
 }
 

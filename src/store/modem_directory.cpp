@@ -26,11 +26,6 @@ constexpr size_t kIndexDigits = 6;
 // hold up the start.
 constexpr int32_t kMaxStoredModems = 10000;
 
-// Names are collection keys: equal when they differ only in case.
-bool SameName(const std::string& a, const std::string& b) {
-  return QString::fromStdString(a).compare(QString::fromStdString(b), Qt::CaseInsensitive) == 0;
-}
-
 std::string ModemSection(int number) {
   return std::string(kModemsSection) + '\\' + kModemPrefix + std::to_string(number);
 }
@@ -76,6 +71,10 @@ int32_t GroupsInARow(const SettingsStore& store) {
 }
 
 }  // namespace
+
+bool SameName(const std::string& a, const std::string& b) {
+  return QString::fromStdString(a).compare(QString::fromStdString(b), Qt::CaseInsensitive) == 0;
+}
 
 bool IsDirectoryKey(const std::string& section, const std::string& key) {
   const std::string modems = kModemsSection;

@@ -26,6 +26,9 @@ inline constexpr int kRecentPlaces = 10;
 // The time a unit never heard from counts as: older than any real communication.
 QDateTime OldestTime();
 
+// Two unit names are one key when they differ only in case.
+bool SameName(const std::string& a, const std::string& b);
+
 // The directory: entries in insertion order, keyed by Name (names compare without regard
 // to case, as collection keys do), and the recent array of the ten most recently
 // monitored entry numbers.

@@ -6,6 +6,10 @@
 
 namespace tavrix {
 
+std::string FrequencyReadout(double plotX, double freqScale, const std::string& freqFormat) {
+  return FormatPicture(plotX / freqScale, freqFormat);
+}
+
 SelectionReadout ReadSelection(const TraceSet& traces, const Selection& selection, float freqScale,
                                const std::string& freqFormat) {
   static constexpr std::array<const char*, kTraceCount> kPictures = {"CurTrace", "LastTrace", "VideoAverage",
@@ -18,8 +22,8 @@ SelectionReadout ReadSelection(const TraceSet& traces, const Selection& selectio
   }
   const size_t i = static_cast<size_t>(p - 1);
   r.Point = std::to_string(p);
-  r.Frequency = FormatPicture(traces.FreqPoints[i][t] / static_cast<double>(freqScale), freqFormat);
-  r.Amplitude = FormatPicture(traces.AmpPoints[i][t], "0.000dB");
+  r.Frequency = FrequencyReadout(traces.FreqPoints[i][t], freqScale, freqFormat);
+  r.Amplitude = FormatPicture(traces.AmpPoints[i][t], kReadoutLevelPicture);
   r.Trace = TraceName(static_cast<int16_t>(t));
   r.Picture = kPictures[static_cast<size_t>(t)];
   return r;

@@ -6,7 +6,12 @@
 
 namespace tavrix {
 
-int TwipsToPixels(int twips, double dpi) { return static_cast<int>(std::ceil(twips * dpi / 1440.0 - 1e-9)); }
+int TwipsToPixels(int twips, double dpi) { return static_cast<int>(std::ceil(PixelsOfTwips(twips, dpi) - 1e-9)); }
+
+int StoredTwipsToPixels(double twips, double dpi) {
+  constexpr double kFarPixels = 1e6;
+  return static_cast<int>(std::lround(std::clamp(PixelsOfTwips(twips, dpi), -kFarPixels, kFarPixels)));
+}
 
 std::optional<SizeCorrection> CheckWindowSize(int width, int height, int minimumWidth, int minimumHeight) {
   const bool narrow = width < minimumWidth, low = height < minimumHeight;

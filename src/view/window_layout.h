@@ -12,8 +12,15 @@ inline constexpr int kMinimumWidthTwips = 11910;
 inline constexpr int kMinimumHeightTwips = 5760;
 inline constexpr int kReadoutPanelTwips = 840;
 
-// Twips to whole pixels at `dpi` dots per inch, rounded up, as the minimum is tested.
+// Twips and pixels at `dpi` dots per inch: one conversion, two roundings. A limit (the
+// minimum, the read-out panel) is rounded up, so the window is never below it; a stored
+// place or size, kept unrounded in twips, goes back to the nearest pixel (within a million
+// pixels either way), so it comes back to the pixel it was stored from.
+inline constexpr double kTwipsPerInch = 1440.0;
+inline double PixelsOfTwips(double twips, double dpi) { return twips * dpi / kTwipsPerInch; }
+inline double TwipsOfPixels(double pixels, double dpi) { return pixels * kTwipsPerInch / dpi; }
 int TwipsToPixels(int twips, double dpi);
+int StoredTwipsToPixels(double twips, double dpi);
 
 // The size rule of a resize: a size below the minimum is answered with a message and
 // corrected. Both too small at once gives one message, under the width's title.

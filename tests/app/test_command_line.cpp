@@ -1,5 +1,6 @@
 // The headless commands: every error is one line on stderr, a non-zero status and no file;
-// good runs write what the viewer's export writes for the same captures, or draw them.
+// good runs write what the viewer's export writes for the same captures, or draw them; and a
+// snapshot of the simulated unit saves the served block with what export and render make of it.
 #include <QDir>
 #include <QImage>
 #include <QRegularExpression>
@@ -14,6 +15,7 @@
 #include "app/command_line.h"
 #include "app/export_command.h"
 #include "common/file_io.h"
+#include "link/simulator_process.h"
 #include "test_support.h"
 
 using namespace tavrix;
@@ -120,6 +122,60 @@ class CommandLineTest : public QObject {
     QCOMPARE(RunArgs(QStringList{"render", "--palette", "1", "--png", "printed.png"} + options).status, 0);
     QVERIFY(ReadWholeFile("printed.png") != ReadWholeFile("plot.png"));
     QCOMPARE(QImage("printed.png").pixel(0, 0), qRgb(255, 255, 255));
+  }
+
+  void snapshots_data() {
+    QTest::addColumn<QStringList>("simulatorOptions");
+    QTest::addColumn<QString>("fails");  // what the one line on stderr mentions; empty for a good run
+    // One row for each way out of a snapshot; the link tests show every fault of a unit.
+    // The read's data connection from another host than the unit is refused, the unit's own
+    // taken; whatever the unit's reply holds, no terminal sequence reaches stderr.
+    const char* const rows[][3] = {
+        {"whole block", "", ""}, {"short block", "--short-block 100", ""},
+        {"nothing listening", "--refuse-after 0", "could not connect"},
+        {"capture request rejected", "--reject-capture", "capture request"},
+        {"refused for the read", "--refuse-after 1", "reconnect"},
+        {"dropped, as a stall is", "--drop-mid-transfer", "cut short"},
+        {"short of its size", "--short-block 4000 --size-says 8224", "cut short (4000 of 8224 bytes)"},
+        {"empty read", "--short-block 0", "empty capture"},
+        {"data from another address", "--forge-data-from 127.0.0.2 --forge-skip 1", "127.0.0.2 refused"},
+        {"data from the unit's address", "--forge-data-from 127.0.0.1", ""},
+        {"terminal sequences in a reply", R"(--reject-text \x1b]0;t\x07\x1b[2J\x00\xff)", R"(550 \x1b]0;t\x07\x1b[2J\x00\xff)"},
+        {"IPv6 loopback", "--host ::1", ""}};
+    for (const auto& [name, options, fails] : rows)
+      QTest::newRow(name) << QString(options).split(' ', Qt::SkipEmptyParts) << QString(fails);
+  }
+
+  void snapshots() {
+    QFETCH(QStringList, simulatorOptions);
+    QFETCH(QString, fails);
+    const bool ipv6 = simulatorOptions.contains("::1");
+    SimulatorProcess sim(simulatorOptions);
+    if (ipv6 && !sim.Started()) QSKIP("this machine has no IPv6 loopback");
+    QVERIFY(sim.Started());
+    const QString address = QString::fromStdString(ipv6 ? "[::1]:" + std::to_string(sim.Port()) : sim.Address());
+    QTemporaryDir dir;
+    const auto path = [&](const char* name) { return QDir(dir.path()).filePath(name); };
+    const Run r = RunArgs({"snapshot", "--modem", address, "--save-block", path("block.bin"), "--set", "scaled", "--out",
+                           path("scaled.txt"), "--png", path("plot.png")});
+    if (!fails.isEmpty()) {
+      QVERIFY2(r.status == 1 && r.err.count('\n') == 1 && r.err.endsWith('\n') && r.err.contains(fails) &&
+                   r.err.contains(address),
+               qPrintable(r.err));
+      for (const QChar c : r.err.chopped(1)) QVERIFY2(c.unicode() >= 0x20 && c.unicode() != 0x7f, qPrintable(r.err));
+      QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList());
+      return;
+    }
+    QVERIFY2(r.status == 0 && r.err.isEmpty() && r.out.count('\n') == 3, qPrintable(r.err + r.out));
+    QCOMPARE(QList<int>({sim.Count("STOR capt_spec:"), sim.Count("RETR spectrum:")}), QList<int>({1, 1}));  // one poll
+    // The block as read, byte for byte; the data set and the picture as export and render make them.
+    const std::string block = ReadWholeFile(path("block.bin").toStdString());
+    QCOMPARE(block, sim.ServedBlock(1));
+    const SpectrumState state = ProcessBlocks({block}, true, false, false).State;
+    QCOMPARE(ReadWholeFile(path("scaled.txt").toStdString()), FormatDataSet(DataSet::Scaled, state));
+    QCOMPARE(QImage(path("plot.png")).size(), QSize(1280, 720));
+    QCOMPARE(RunArgs({"render", "--png", path("render.png"), path("block.bin")}).status, 0);
+    QCOMPARE(ReadWholeFile(path("plot.png").toStdString()), ReadWholeFile(path("render.png").toStdString()));
   }
 
   void helpAndVersion() {

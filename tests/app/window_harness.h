@@ -15,6 +15,7 @@
 #include <optional>
 
 #include "app/command_table.h"
+#include "app/cursor_panel.h"
 #include "app/entry_box.h"
 #include "app/main_window.h"
 #include "app/plot_widget.h"
