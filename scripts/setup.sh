@@ -9,6 +9,7 @@ PACKAGES=(
   qt6-base-dev qt6-svg-dev
   libfftw3-dev
   libcurl4-openssl-dev
+  libzstd-dev
   libbenchmark-dev
   python3 python3-pyftpdlib
   xvfb xauth xdotool imagemagick fonts-liberation
