@@ -3,6 +3,7 @@
 // and reading the acceptance data under tests/data.
 #include <QByteArray>
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -39,26 +40,14 @@ inline QJsonObject ReadJson(const QString& relative) {
   return QJsonDocument::fromJson(QByteArray(text.data(), static_cast<qsizetype>(text.size()))).object();
 }
 
-// The blocks that have a single-block expectation.
+// The blocks that have a single-block expectation: one "expected/<name>.json" each.
 inline QStringList FixtureBlockNames() {
-  return {"all_00",         "all_80",          "center_000F4240",   "empty",
-          "noise_seed1234", "rate_exp_0003",   "rate_exp_FFFF",     "short_100_bytes",
-          "stale_start_both", "stale_start_i_only", "tone_bin0005", "tone_bin1023"};
+  return QDir(DataPath("expected")).entryList({"*.json"}, QDir::Files).replaceInStrings(".json", "");
 }
 
-// Runs each test class in turn; TAVRIX_TEST_CLASS=Name runs that class alone, so that
-// its functions can be named on the command line.
-template <typename Application = QCoreApplication>
-int RunTestObjects(int argc, char** argv, std::initializer_list<QObject*> objects) {
-  Application app(argc, argv);  // event loops, timers and queued calls need one; fonts a GUI one
-  const QByteArray only = qgetenv("TAVRIX_TEST_CLASS");
-  int failures = 0;
-  for (QObject* object : objects)
-    if (only.isEmpty() || only == object->metaObject()->className()) failures += QTest::qExec(object, argc, argv);
-  return failures;
-}
-
-// The same over test classes made by their factories, each made once the application is there.
+// Runs each test class, made by its factory once the application is there (event loops,
+// timers and queued calls need one; fonts a GUI one); TAVRIX_TEST_CLASS=Name runs that class
+// alone, so that its functions can be named on the command line.
 template <typename Application = QCoreApplication>
 int RunTestFactories(int argc, char** argv, std::initializer_list<std::unique_ptr<QObject> (*)()> factories) {
   Application app(argc, argv);
@@ -70,6 +59,10 @@ int RunTestFactories(int argc, char** argv, std::initializer_list<std::unique_pt
   }
   return failures;
 }
+
+// A test class's factory, for the main below.
+template <typename Test>
+std::unique_ptr<QObject> Make() { return std::make_unique<Test>(); }
 
 }  // namespace tavrix::testing
 

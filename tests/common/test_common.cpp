@@ -178,6 +178,6 @@ class CommonTest : public QObject {
   }
 };
 
-int main(int argc, char** argv) { CommonTest test; return RunTestObjects(argc, argv, {&test}); }
+TAVRIX_TEST_MAIN(QCoreApplication, Make<CommonTest>)
 
 #include "test_common.moc"

@@ -22,42 +22,42 @@ class DataSetExportTest : public QObject {
       QCOMPARE(FormatDataSet(info.Set, SpectrumState{}), ReadBytes(QString("expected/no_block.%1.txt").arg(info.Name)));
   }
 
+  // One file through a series of exports: a new file is written without a question and the
+  // bar rises to 100, then is reset; an existing one is replaced only after Yes. A failure is
+  // one sentence that names the file and touches nothing: a missing folder, a folder in the
+  // file's place.
   void existingFilesAreReplacedOnlyAfterYesAndFailuresTouchNothing() {
     QTemporaryDir dir;
     const std::string path = QDir(dir.path()).filePath("scaled.TXT").toStdString();
-    const SpectrumState state;
-    // A new file is written without a question; the bar rises to 100, then is reset.
-    RecordingNotices notices;
-    notices.answer = MessageAnswer::No;
-    QList<int> progress;
-    QCOMPARE(WriteDataSet(DataSet::Raw, path, state, &notices, [&](int pct) { progress.append(pct); }).outcome,
-             ExportResult::Written);
-    QCOMPARE(progress.mid(progress.size() - 2), QList<int>({100, 0}));
-    const std::string raw = ReadWholeFile(path);
-    QCOMPARE(raw, FormatDataSet(DataSet::Raw, state));
-
-    QCOMPARE(WriteDataSet(DataSet::Scaled, path, state, &notices).outcome, ExportResult::Declined);
-    QCOMPARE(ReadWholeFile(path), raw);
-    QCOMPARE(notices.boxes.size(), size_t(1));  // asked about the existing file only
-    const RecordingNotices::Box& box = notices.boxes[0];
-    QCOMPARE(box.title + ": " + box.text, "OK to Overwrite: The transformed & scaled data set file " + path +
-                                              " already exists!  Do you wish to overwrite this file?");
-    QVERIFY(box.buttons == MessageButtons::YesNo && box.icon == MessageIcon::Exclamation);
-
-    notices.answer = MessageAnswer::Yes;
-    QCOMPARE(WriteDataSet(DataSet::PeakHold, path, state, &notices).outcome, ExportResult::Written);
-    QCOMPARE(notices.boxes.at(1).text.rfind("The peak hold data set file ", 0), size_t(0));
-    QCOMPARE(ReadWholeFile(path), FormatDataSet(DataSet::PeakHold, state));
-
-    // A failure is one sentence that names the file, and touches nothing: a missing folder,
-    // a folder in the file's place.
     const std::string lost = QDir(dir.path()).filePath("missing/folder/set.txt").toStdString();
-    const ExportResult r = WriteDataSet(DataSet::VideoAverage, lost, state, nullptr);
-    QCOMPARE(r.outcome, ExportResult::Failed);
-    QVERIFY(r.message.find(lost) != std::string::npos && r.message.find('\n') == std::string::npos);
-    QCOMPARE(WriteDataSet(DataSet::Transformed, dir.path().toStdString(), state, &notices).outcome, ExportResult::Failed);
+    const SpectrumState state;
+    const std::string question = " already exists!  Do you wish to overwrite this file?";
+    const struct { DataSet set; std::string path; MessageAnswer answer; ExportResult::Outcome outcome;
+                   std::string asked; DataSet kept; } rows[] = {
+        {DataSet::Raw, path, MessageAnswer::No, ExportResult::Written, "", DataSet::Raw},
+        {DataSet::Scaled, path, MessageAnswer::No, ExportResult::Declined,
+         "The transformed & scaled data set file " + path + question, DataSet::Raw},
+        {DataSet::PeakHold, path, MessageAnswer::Yes, ExportResult::Written,
+         "The peak hold data set file " + path + question, DataSet::PeakHold},
+        {DataSet::VideoAverage, lost, MessageAnswer::Yes, ExportResult::Failed, "", DataSet::PeakHold},
+        {DataSet::Transformed, dir.path().toStdString(), MessageAnswer::Yes, ExportResult::Failed,
+         "The transformed data set file " + dir.path().toStdString() + question, DataSet::PeakHold}};
+    for (const auto& row : rows) {
+      RecordingNotices notices;
+      notices.answer = row.answer;
+      QList<int> progress;
+      const ExportResult r = WriteDataSet(row.set, row.path, state, &notices, [&](int pct) { progress.append(pct); });
+      QCOMPARE(r.outcome, row.outcome);
+      QCOMPARE(notices.Shown(MessageButtons::YesNo, MessageIcon::Exclamation),
+               row.asked.empty() ? "" : "OK to Overwrite|" + row.asked);
+      QCOMPARE(ReadWholeFile(path), FormatDataSet(row.kept, state));
+      // The last line's whole percentage of 4096, then 0.
+      if (row.outcome == ExportResult::Written)
+        QCOMPARE(progress.mid(progress.size() - 2), QList<int>({row.set == DataSet::Raw ? 100 : 50, 0}));
+      if (row.outcome == ExportResult::Failed)
+        QVERIFY(r.message.find(row.path) != std::string::npos && r.message.find('\n') == std::string::npos);
+    }
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot), QStringList{"scaled.TXT"});
-    QCOMPARE(ReadWholeFile(path), FormatDataSet(DataSet::PeakHold, state));
   }
 };
 

@@ -89,6 +89,8 @@ class PointNavigationTest : public QObject {
   }
 };
 
-std::unique_ptr<QObject> NewPointNavigationTest() { return std::make_unique<PointNavigationTest>(); }
+std::unique_ptr<QObject> NewCaptureBlockTest(), NewSpectrumUpdateTest(), NewTraceSetTest(), NewDataSetExportTest();
+TAVRIX_TEST_MAIN(QCoreApplication, NewCaptureBlockTest, NewSpectrumUpdateTest, NewTraceSetTest, NewDataSetExportTest,
+                 tavrix::testing::Make<PointNavigationTest>)
 
 #include "test_point_navigation.moc"

@@ -1,6 +1,6 @@
 #pragma once
-// The window's notices in tests: records what the operator would see, and answers a Yes/No
-// question as scripted (any other box with OK).
+// The window's notices in tests: records what the operator would see, and answers a question
+// as scripted: `answer` Yes or OK takes Yes or OK, No or Cancel the other; a box with OK alone OK.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -16,7 +16,9 @@ class RecordingNotices : public Notices {
   MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
                     MessageIcon icon) override {
     boxes.push_back({text, title, buttons, icon});
-    return buttons == MessageButtons::YesNo ? answer : MessageAnswer::Ok;
+    const bool yes = answer == MessageAnswer::Yes || answer == MessageAnswer::Ok;
+    if (buttons == MessageButtons::YesNo) return yes ? MessageAnswer::Yes : MessageAnswer::No;
+    return buttons == MessageButtons::OkCancel && !yes ? MessageAnswer::Cancel : MessageAnswer::Ok;
   }
   // The boxes so far, "title|text" a line; one with other buttons or icon marked "*".
   std::string Shown(MessageButtons buttons = MessageButtons::Ok, MessageIcon icon = MessageIcon::Information) const {

@@ -1,11 +1,10 @@
 // The acquisition cycle against the simulated unit: the first connection, one poll or single
-// step with each fault, stop and start, and a stalled unit. The controls agree with the state.
-#include <QSignalSpy>
+// step with each fault, stop and start, and a stalled unit. Each case states every control.
 #include <QtTest>
 
 #include <memory>
 #include <optional>
-#include <tuple>
+#include <string>
 #include <vector>
 
 #include "dsp/capture_block.h"
@@ -22,6 +21,7 @@ namespace {
 
 constexpr int kWaitMs = 15000;  // an upper bound for one step chain, never reached when all is well
 const std::string kAttempting = "Attempting connection to Sim (<Ctrl>S to Abort)...";
+const std::string kLost = "Server Connection Lost|The connection to the Tavrix modem [Sim] at IP address ";
 
 // A cycle wired to a recorder, talking to the unit "Sim" at `address` (none when empty).
 struct Harness {
@@ -42,12 +42,23 @@ struct Harness {
   }
   bool ConnectFirst() { return Run(&AcquisitionCycle::timerConnection_Timer, &AcquisitionCycle::connectFinished); }
   bool Poll() { return Run(&AcquisitionCycle::timerPoll_Timer, &AcquisitionCycle::tickFinished); }
-  // Updates run or are stopped, and every control says the same.
-  void CheckRunning(bool running, const char* runningCaption = kStopCaption) const {
-    QCOMPARE(cycle->Stopped(), !running);
-    QCOMPARE(cycle->PollEnabled(), running);
-    QCOMPARE(cycle->Display().StopGoCaption, std::string(running ? runningCaption : kStartCaption));
-    QCOMPARE(cycle->Display().SingleStepEnabled, !running && modem.has_value());
+  // Every control and flag of the cycle in a few words: the updates, the flags that are set,
+  // the StopGo caption ("start", "stop", or "stopS" as resumed), its button's image and the lamp.
+  QString Shown() const {
+    const AcquisitionDisplay& d = cycle->Display();
+    QString s = cycle->Stopped() ? "stopped" : "running";
+    for (const auto& [on, word] : {std::pair{cycle->PollEnabled(), " polled"}, {d.StopGoPressed, " pressed"},
+                                   {d.SingleStepEnabled, " step"}, {cycle->Connected(), " connected"},
+                                   {cycle->LostShown(), " lost"}, {cycle->Reconnecting(), " retrying"},
+                                   {cycle->StatusTimerEnabled(), " timer"}, {d.BusyPointer, " busy"},
+                                   {d.ConnectingProgress, " progress"}})
+      if (on) s += word;
+    const auto image = [](int i) {
+      return i == kImageGreen ? "green" : i == kImageYellow ? "yellow" : i == kImageRed ? "red" : "none";
+    };
+    const std::string& c = d.StopGoCaption;
+    s += c == kStartCaption ? ", start" : c == kStopCaption ? ", stop" : c == kResumedStopCaption ? ", stopS" : ", ?";
+    return s + ", button " + image(d.StopGoImage) + ", lamp " + image(d.StatusPicture);
   }
   std::optional<ModemInfo> modem;
   RecordingNotices notices;
@@ -55,27 +66,34 @@ struct Harness {
   std::unique_ptr<AcquisitionCycle> cycle;
 };
 
+const QString kPolling = "running polled connected, stop, button green, lamp green";
+
 }  // namespace
 
 class AcquisitionCycleTest : public QObject {
   Q_OBJECT
 
  private slots:
+  // The unit: "sim", "refusing", "mute" (Ctrl+S pressed while the connection is attempted),
+  // "nothing" listening or "none" current; the last status, empty after "Cannot Connect To Server".
   void firstConnection_data() {
-    QTest::addColumn<QString>("unit");  // "sim", "refusing", "mute", "nothing" listening, or "none" current
-    QTest::addColumn<bool>("ctrlS");    // pressed while the connection is attempted
-    QTest::addColumn<QString>("status");  // the last one; empty after "Cannot Connect To Server"
-    QTest::newRow("reached") << "sim" << false << "Successful connection established to Sim...";
-    QTest::newRow("refused") << "refusing" << false << "";
-    QTest::newRow("nothing listening") << "nothing" << false << "";
-    QTest::newRow("Ctrl+S") << "mute" << true << "Tavrix communication has been halted!";
-    QTest::newRow("no unit current") << "none" << false << "Successful network access...";
+    QTest::addColumn<QString>("unit");
+    QTest::addColumn<QString>("status");
+    QTest::addColumn<QString>("shown");
+    const QString refused = "stopped step, start, button red, lamp red";
+    QTest::newRow("reached") << "sim" << "Successful connection established to Sim..." << kPolling;
+    QTest::newRow("refused") << "refusing" << "" << refused;
+    QTest::newRow("nothing listening") << "nothing" << "" << refused;
+    QTest::newRow("Ctrl+S") << "mute" << "Tavrix communication has been halted!"
+                            << "stopped pressed step timer, start, button red, lamp red";
+    QTest::newRow("no unit current") << "none" << "Successful network access..."
+                                     << "stopped, start, button red, lamp red";
   }
 
   void firstConnection() {
     QFETCH(QString, unit);
-    QFETCH(bool, ctrlS);
     QFETCH(QString, status);
+    QFETCH(QString, shown);
     START_SIMULATOR(sim, unit == "refusing" ? QStringList{"--refuse-after", "0"} : QStringList{});
     MuteListener mute;
     const int port = unit == "mute" ? mute.Port() : unit == "nothing" ? FreePort() : sim.Port();
@@ -83,26 +101,20 @@ class AcquisitionCycleTest : public QObject {
     Harness h(address);
     QSignalSpy done(h.cycle.get(), &AcquisitionCycle::connectFinished);
     h.cycle->timerConnection_Timer();
-    if (ctrlS) {
+    if (unit == "mute") {
       QTRY_VERIFY_WITH_TIMEOUT(h.notices.SawStatus(kAttempting), kWaitMs);
       h.cycle->AbortConnection();
     }
     QVERIFY(done.wait(kWaitMs));
-    const bool connected = unit == "sim";
-    QCOMPARE(done.first().first().toBool(), connected);
-    h.CheckRunning(connected);
-    QCOMPARE(h.cycle->Connected(), connected);
-    QCOMPARE(h.cycle->Display().StatusPicture, int(connected ? kImageGreen : kImageRed));
-    QCOMPARE(h.cycle->Display().StopGoPressed, ctrlS);
-    QVERIFY(!h.cycle->Display().BusyPointer && !h.cycle->Display().ConnectingProgress);
+    QCOMPARE(done.first().first().toBool(), unit == "sim");
+    QCOMPARE(h.Shown(), shown);
     QVERIFY(h.notices.SawStatus("Successful network access..."));
     QCOMPARE(h.notices.SawStatus(kAttempting), !address.empty());
-    QCOMPARE(h.cycle->StatusTimerEnabled(), ctrlS);
-    const bool refused = unit == "refusing" || unit == "nothing";
     QCOMPARE(h.notices.Shown(MessageButtons::Ok, MessageIcon::Critical),
-             refused ? "Cannot Connect To Server|A connection to the Tavrix modem [Sim] at IP address " + address +
-                           " could not be established!"
-                     : "");
+             unit == "refusing" || unit == "nothing"
+                 ? "Cannot Connect To Server|A connection to the Tavrix modem [Sim] at IP address " + address +
+                       " could not be established!"
+                 : "");
     QCOMPARE(QString::fromStdString(h.notices.statuses.back()), status);
     // With no unit current, the commands have nothing to act on.
     if (address.empty()) {
@@ -113,68 +125,62 @@ class AcquisitionCycleTest : public QObject {
     }
   }
 
+  // A lost unit refuses the read's connection: the read finds none and asks; "Yes" keeps the
+  // poll going, each tick trying the unit until it answers. A refused request reads nothing;
+  // the unit still answers, so its connection is kept. What arrives short is shown all the
+  // same, and the operator told it was not all.
   void onePoll_data() {
     QTest::addColumn<QStringList>("options");
     QTest::addColumn<QString>("how");  // "poll", "step" from stopped, or "No" to the connection-lost question
     QTest::addColumn<int>("blocks");   // processed, each read with a request for the nominal length
+    QTest::addColumn<QString>("shown");
     const QStringList lost{"--refuse-after", "1"};
-    using Row = std::tuple<const char*, QStringList, QString, int>;
-    for (const auto& [name, options, how, blocks] : std::initializer_list<Row>{
-             {"whole block", {}, "poll", 1}, {"no size", {"--no-size"}, "poll", 1},
-             {"empty read", {"--short-block", "0"}, "poll", 0}, {"lost, Yes", lost, "poll", 0},
-             {"lost, No", lost, "No", 0}, {"single step", {}, "step", 1},
-             {"capture refused", {"--reject-capture"}, "poll", 0},
-             {"short of its size", {"--short-block", "4000", "--size-says", "8224"}, "poll", 1}})
-      QTest::newRow(name) << options << how << blocks;
+    using Row = std::tuple<const char*, QStringList, QString, int, QString>;
+    for (const auto& [name, options, how, blocks, shown] : std::initializer_list<Row>{
+             {"whole block", {}, "poll", 1, kPolling}, {"no size", {"--no-size"}, "poll", 1, kPolling},
+             {"empty read", {"--short-block", "0"}, "poll", 0, kPolling},
+             {"lost, Yes", lost, "poll", 0, "running polled connected lost retrying, stop, button green, lamp yellow"},
+             {"lost, No", lost, "No", 0, "stopped pressed step lost timer, start, button red, lamp red"},
+             {"single step", {}, "step", 1, "stopped pressed step connected, start, button red, lamp red"},
+             {"capture refused", {"--reject-capture"}, "poll", 0, kPolling},
+             {"short of its size", {"--short-block", "4000", "--size-says", "8224"}, "poll", 1,
+              "running polled connected timer, stop, button green, lamp green"}})
+      QTest::newRow(name) << options << how << blocks << shown;
   }
 
   void onePoll() {
     QFETCH(QStringList, options);
     QFETCH(QString, how);
     QFETCH(int, blocks);
-    const bool step = how == "step", yes = how != "No";
+    QFETCH(QString, shown);
     START_SIMULATOR(sim, options);
     Harness h(sim.Address());
-    h.notices.answer = yes ? MessageAnswer::Yes : MessageAnswer::No;
-    if (step)
+    h.notices.answer = how == "No" ? MessageAnswer::No : MessageAnswer::Yes;
+    if (how == "step")
       QVERIFY(h.Run(&AcquisitionCycle::SingleStep_Click, &AcquisitionCycle::tickFinished));
     else
       QVERIFY(h.ConnectFirst() && h.Poll());
-    // A lost unit refuses the read's connection: the read finds none and asks. A refused
-    // request reads nothing; the unit still answers, so its connection is kept.
-    const bool lost = options.contains("--refuse-after");
-    const bool refused = options.contains("--reject-capture");
-    QCOMPARE(sim.Count("STOR capt_spec:"), 1);
-    QCOMPARE(sim.Count("RETR spectrum:"), lost || refused ? 0 : 1);
-    QCOMPARE(sim.Count("CONNECT"), lost ? 1 : refused ? 2 : 3);  // the first, the read's, and one for the next tick
+    const bool lost = options.contains("--refuse-after"), refused = options.contains("--reject-capture");
+    // The first connection, the read's, and one for the next tick.
+    QCOMPARE(QList<int>({sim.Count("STOR capt_spec:"), sim.Count("RETR spectrum:"), sim.Count("CONNECT")}),
+             QList<int>({1, lost || refused ? 0 : 1, lost ? 1 : refused ? 2 : 3}));
     QCOMPARE(h.blocks.size(), size_t(blocks));
-    if (blocks > 0) {
-      QCOMPARE(h.blocks[0], sim.ServedBlock(1));  // byte for byte as served
-      QCOMPARE(h.cycle->State().RawBlock, h.blocks[0]);
-    }
+    if (blocks > 0) QVERIFY(h.blocks[0] == sim.ServedBlock(1) && h.cycle->State().RawBlock == h.blocks[0]);
     QCOMPARE(h.cycle->State().LastReadRequest, blocks > 0 ? kNominalBlockLength : 0);
-    // What arrived is shown all the same, and the operator told it was not all.
     QCOMPARE(h.notices.SawStatus("Short capture received (4000 of 8224 bytes)"), options.contains("--size-says"));
     QVERIFY(!h.cycle->State().RequestBusy && !h.cycle->State().FetchBusy && !h.cycle->TickInProgress());
-    // "Yes" keeps the poll going, each tick trying the unit until it answers.
-    h.CheckRunning(!step && (!lost || yes));
-    QCOMPARE(h.cycle->Reconnecting(), lost && yes);
-    QCOMPARE(h.cycle->Connected(), yes);
-    QCOMPARE(h.cycle->LostShown(), lost);
-    QCOMPARE(h.notices.SawStatus("Communications have been aborted!"), !yes);
-    QCOMPARE(h.cycle->StatusTimerEnabled(), !yes || options.contains("--size-says"));
+    QCOMPARE(h.Shown(), shown);
+    QCOMPARE(h.notices.SawStatus("Communications have been aborted!"), how == "No");
     // The refused reconnection says nothing more.
     QCOMPARE(h.notices.Shown(MessageButtons::YesNo, MessageIcon::Critical),
-             lost ? "Server Connection Lost|The connection to the Tavrix modem [Sim] at IP address " + sim.Address() +
-                        " has been lost!  Do you wish to re-establish communications?"
-                  : "");
-    if (lost || step || refused) return;
+             lost ? kLost + sim.Address() + " has been lost!  Do you wish to re-establish communications?" : "");
+    if (lost || how == "step" || refused) return;
     // The connection left open carries the next tick, which takes a new capture.
     QVERIFY(h.Poll());
     QCOMPARE(sim.Count("STOR capt_spec:"), 2);
     QCOMPARE(h.blocks.size(), size_t(2 * blocks));
     if (blocks > 0) QVERIFY(h.blocks[0] != h.blocks[1]);
-    h.CheckRunning(true);
+    QVERIFY(h.Shown().startsWith("running polled connected"));
   }
 
   void unitGoneBetweenPollsIsAskedAboutAndWaitedFor() {
@@ -182,56 +188,40 @@ class AcquisitionCycleTest : public QObject {
     Harness h(sim.Address());
     QVERIFY(h.ConnectFirst() && h.Poll());
     sim.Kill();
-    QVERIFY(h.Poll());
-    QVERIFY(!h.notices.boxes.empty() && h.notices.boxes[0].title == "Server Connection Lost");
     // "Yes": the poll goes on, each tick trying the unit, without asking again.
-    h.CheckRunning(true);
-    QVERIFY(h.Poll());
-    QCOMPARE(h.cycle->Display().StatusPicture, int(kImageYellow));
-    QVERIFY(h.cycle->Reconnecting() && h.notices.boxes.size() == 1);
+    QVERIFY(h.Poll() && h.Poll());
+    QCOMPARE(h.notices.Shown(MessageButtons::YesNo, MessageIcon::Critical),
+             kLost + sim.Address() + " has been lost!  Do you wish to re-establish communications?");
+    QCOMPARE(h.Shown(), "running polled connected lost retrying, stop, button green, lamp yellow");
     QVERIFY(sim.Restart());
     QVERIFY(h.Poll() && h.Poll());
-    QVERIFY(!h.cycle->Reconnecting() && !h.cycle->LostShown());
-    QCOMPARE(h.cycle->Display().StatusPicture, int(kImageGreen));
+    QCOMPARE(h.Shown(), kPolling);
     QCOMPARE(h.blocks.size(), size_t(2));
-    h.CheckRunning(true);
   }
 
-  void stopAndStart_data() {
-    QTest::addColumn<bool>("resumes");
-    QTest::newRow("resumed") << true;
-    QTest::newRow("resume refused") << false;
-  }
-
+  // Halted, then started again: by a unit that answers, and by one that no longer takes a
+  // connection (no box: it was reached before). A unit no longer current cannot be stepped.
   void stopAndStart() {
-    QFETCH(bool, resumes);
-    START_SIMULATOR(sim, resumes ? QStringList{} : QStringList{"--refuse-after", "1"});
-    Harness h(sim.Address());
-    QVERIFY(h.ConnectFirst());
-    h.cycle->StopGo_Click();
-    h.CheckRunning(false);
-    QVERIFY(h.cycle->Display().StopGoPressed && h.cycle->StatusTimerEnabled());
-    QCOMPARE(h.cycle->Display().StopGoImage, int(kImageRed));
-    QCOMPARE(h.notices.statuses.back(), std::string("Tavrix communication has been halted!"));
-    h.cycle->timerStatus_Timer();
-    QCOMPARE(h.notices.statuses.back(), std::string());
-
-    QSignalSpy connected(h.cycle.get(), &AcquisitionCycle::connectFinished);
-    h.cycle->StopGo_Click();
-    QVERIFY(connected.wait(kWaitMs));
-    QCOMPARE(connected.first().first().toBool(), resumes);
-    h.CheckRunning(resumes, kResumedStopCaption);  // a refused resume leaves the start caption
-    QVERIFY(!h.cycle->Display().StopGoPressed);
-    QCOMPARE(h.cycle->Display().StopGoImage, int(resumes ? kImageGreen : kImageRed));
-    QCOMPARE(h.cycle->Display().StatusPicture, int(resumes ? kImageGreen : kImageRed));
-    QCOMPARE(h.notices.SawStatus("Tavrix communication has been resumed!"), resumes);
-    QCOMPARE(h.cycle->StatusTimerEnabled(), resumes);
-    QVERIFY(h.notices.boxes.empty());  // the unit was reached before
-
-    // The unit is no longer current: there is nothing to step.
-    h.modem.reset();
-    h.cycle->CurrentModemChanged();
-    QVERIFY(!h.cycle->Display().SingleStepEnabled);
+    for (const bool resumes : {true, false}) {
+      START_SIMULATOR(sim, resumes ? QStringList{} : QStringList{"--refuse-after", "1"});
+      Harness h(sim.Address());
+      QVERIFY(h.ConnectFirst());
+      h.cycle->StopGo_Click();
+      QCOMPARE(h.Shown(), "stopped pressed step connected timer, start, button red, lamp red");
+      QCOMPARE(h.notices.statuses.back(), std::string("Tavrix communication has been halted!"));
+      h.cycle->timerStatus_Timer();
+      QCOMPARE(h.notices.statuses.back(), std::string());
+      QSignalSpy connected(h.cycle.get(), &AcquisitionCycle::connectFinished);
+      h.cycle->StopGo_Click();
+      QVERIFY(connected.wait(kWaitMs) && connected.first().first().toBool() == resumes);
+      QCOMPARE(h.Shown(), resumes ? "running polled connected timer, stopS, button green, lamp green"
+                                  : "stopped step connected, start, button red, lamp red");
+      QCOMPARE(h.notices.SawStatus("Tavrix communication has been resumed!"), resumes);
+      QVERIFY(h.notices.boxes.empty());
+      h.modem.reset();
+      h.cycle->CurrentModemChanged();
+      QVERIFY(!h.cycle->Display().SingleStepEnabled);
+    }
   }
 
   void stallingUnitNeitherBlocksTheWindowNorOutlivesAStop() {
@@ -252,12 +242,12 @@ class AcquisitionCycleTest : public QObject {
     h.cycle->StopGo_Click();
     QVERIFY(done.wait(kWaitMs));
     QCOMPARE(done.size(), 1);
-    h.CheckRunning(false);
-    QCOMPARE(sim.Count("STOR capt_spec:"), 1);
-    QCOMPARE(sim.Count("CONNECT"), 2);
+    QVERIFY(h.Shown().startsWith("stopped pressed step connected"));
+    QCOMPARE(QList<int>({sim.Count("STOR capt_spec:"), sim.Count("CONNECT")}), QList<int>({1, 2}));
   }
 };
 
-std::unique_ptr<QObject> NewAcquisitionCycleTest() { return std::make_unique<AcquisitionCycleTest>(); }
+std::unique_ptr<QObject> NewFtpServerTest();
+TAVRIX_TEST_MAIN(QCoreApplication, NewFtpServerTest, Make<AcquisitionCycleTest>)
 
 #include "test_acquisition_cycle.moc"

@@ -1,10 +1,6 @@
 // The FTP client against the simulated unit: reads and the capture request on one connection,
 // every fault of the unit, the network or the operator, the other operations, the text helpers.
-#include <QFile>
-#include <QRegularExpression>
-#include <QScopeGuard>
-#include <QTemporaryDir>
-#include <QtTest>
+#include <QtTest>  // with the whole of Qt Core
 
 #include <atomic>
 #include <chrono>
@@ -67,6 +63,7 @@ struct Fault {
   QStringList environment = {};  // of the test process
   int stallMs = 0, transferMs = 0, maxRead = 0;  // 0: as in kFast
   int abortMs = kNoAbort;   // the operator's flag: 0 set before, or after so many ms, or kWhenStalled
+  bool relogin = false;     // logged in once more after the first login
   bool connects = true;
   const char* file = "capt_spec:";
   const char* write = nullptr;  // bytes written to `file` instead of a read of "spectrum:"
@@ -85,6 +82,9 @@ const Fault kFaults[] = {
     {.name = "escape in the address", .address = "127.0.0.1\x1b[2J", .connects = false,
      .why = "not an address[:port]: \"127.0.0.1\\x1b[2J\""},
     {.name = "refused", .options = {"--refuse-after", "0"}, .connects = false, .why = "connection refused"},
+    // A new login closes the session, and is refused.
+    {.name = "later login refused", .options = {"--refuse-after", "1"}, .relogin = true, .connects = false,
+     .why = "connection refused"},
     {.name = "nothing listening", .address = "127.0.0.1:{free}", .connects = false, .why = "connection refused"},
     {.name = "mute, time-out", .address = "127.0.0.1:{mute}", .connects = false, .why = "timed out"},
     {.name = "mute, abort", .address = "127.0.0.1:{mute}", .abortMs = 200, .connects = false, .why = "aborted"},
@@ -184,6 +184,7 @@ class FtpServerTest : public QObject {
         if (f.abortMs != kNoAbort) abort = true;
       });
       client = Client(fill(f.address).toStdString(), &notices, limits);
+      if (f.relogin) client->ConnectToServer();
       client->SetReadFileName("spectrum:");
       if (client->IsConnected() && f.write == nullptr) opened = client->OpenForRead();  // the retrieval
     }
@@ -191,7 +192,7 @@ class FtpServerTest : public QObject {
     const std::string why = fill(f.why).toStdString();
     QCOMPARE(client->LastErrorText(), why);
     QCOMPARE(client->IsConnected(), f.connects);
-    QCOMPARE(sim.Count("CONNECT"), f.connects ? 1 : 0);
+    QCOMPARE(sim.Count("CONNECT"), f.connects || f.relogin ? 1 : 0);
     client->ShowLastResponseInfo();
     if (f.connects && f.write != nullptr) {
       QCOMPARE(written, 0);
@@ -214,24 +215,12 @@ class FtpServerTest : public QObject {
       QCOMPARE(Read(*client), why.empty() ? f.length : -1);
       if (!why.empty()) QCOMPARE(client->LastErrorText(), std::string(why == "aborted" ? why : "connection closed"));
     } else {
-      // Unconnected, every operation fails, and there is no server reply to show.
-      QCOMPARE(Read(*client), -1);
-      QCOMPARE(Write(*client, std::string(1, '\x01')), -1);
-      QCOMPARE(client->GetCurrentDirectory(), std::string());
+      // Unconnected, every operation fails, and there is no server reply to show but an earlier session's.
       client->SetDeleteFileName("spectrum:");
-      QVERIFY(!client->DeleteFile());
-      QCOMPARE(client->FindFirstFile(), 0u);
-      QCOMPARE(notices.Shown(), std::string("FTP|Last response information could not be read!"));
+      QVERIFY(Read(*client) == -1 && Write(*client, std::string(1, '\x01')) == -1 && !client->DeleteFile());
+      QVERIFY(client->GetCurrentDirectory().empty() && client->FindFirstFile() == 0);
+      if (!f.relogin) QCOMPARE(notices.Shown(), std::string("FTP|Last response information could not be read!"));
     }
-  }
-
-  void laterConnectionRefused() {
-    START_SIMULATOR(sim, "--refuse-after", "1");
-    auto first = Client(sim.Address());
-    QVERIFY(first->IsConnected());
-    first->ConnectToServer();  // a new login closes the session, and is refused
-    QVERIFY(!first->IsConnected());
-    QCOMPARE(Read(*first), -1);
   }
 
   // File handles, the directory and the server's last reply, local files and the find, one
@@ -240,43 +229,31 @@ class FtpServerTest : public QObject {
     START_SIMULATOR(sim);
     RecordingNotices notices;
     auto client = Client(sim.Address(), &notices);
-    QVERIFY(client->CloseFile());
     int32_t size = kBlock;
+    // A failed open leaves no file handle: CloseFile is true only without one.
     for (const std::string& name : {std::string("nothing"), std::string(), std::string("\0spectrum:", 10)}) {
       client->SetReadFileName(name);
-      QVERIFY(!client->OpenForRead());
-      QCOMPARE(client->GetFileSize(), -1);
-      QCOMPARE(client->ReadFromFile(size), 0);
-      QVERIFY(client->CloseFile());  // a failed open leaves no file handle
+      QVERIFY(client->CloseFile() && !client->OpenForRead() && client->CloseFile());
+      QVERIFY(client->GetFileSize() == -1 && client->ReadFromFile(size) == 0);
     }
     QCOMPARE(sim.Count("RETR", true), 1);  // only "nothing" went to the server
     client->SetWriteBuffer(std::string(1, '\x01'));
-    QCOMPARE(client->WriteToFile(), 0);
     client->SetReadFileName("spectrum:");
-    QVERIFY(client->OpenForRead());
-    QCOMPARE(client->WriteToFile(), 0);  // a file open for reading takes no bytes, and closes
-    QCOMPARE(client->ReadFromFile(size), 0);
-    QVERIFY(!client->CloseFile());  // a closed handle keeps its value
+    // Nothing open takes no bytes; a file open for reading takes none and closes; the closed
+    // handle keeps its value. A file opened for writing and closed takes no bytes either.
+    QVERIFY(client->WriteToFile() == 0 && client->OpenForRead() && client->WriteToFile() == 0);
+    QVERIFY(client->ReadFromFile(size) == 0 && !client->CloseFile());
     client->SetWriteFileName("capt_spec:");
-    QVERIFY(client->OpenForWrite());
-    QVERIFY(!client->CloseFile());
-    QCOMPARE(client->WriteToFile(), 0);
-    QCOMPARE(sim.Count("STOR", true), 0);
-    QCOMPARE(client->ReadBuffer(), std::string());
+    QVERIFY(client->OpenForWrite() && !client->CloseFile() && client->WriteToFile() == 0);
+    QVERIFY(sim.Count("STOR", true) == 0 && client->ReadBuffer().empty());
 
     // The last reply goes under "FPT" when it was a success, with " Error n" for a refusal.
     const auto cwd = [&](const char* name) { return client->SetDirectoryName(name), client->SetCurrentDirectory(); };
-    QCOMPARE(client->GetCurrentDirectory(), std::string("/"));
-    client->ShowLastResponseInfo();
-    QVERIFY(!cwd("elsewhere"));
-    client->ShowLastResponseInfo();
-    QCOMPARE(client->GetCurrentDirectory(), std::string("/"));  // still connected
-    QVERIFY(cwd("/"));
-    QCOMPARE(Read(*client), kBlock);
-    client->ShowLastResponseInfo();
+    const auto shown = [&](bool done) { return client->ShowLastResponseInfo(), done; };
+    QVERIFY(shown(client->GetCurrentDirectory() == "/") && shown(!cwd("elsewhere")));
+    QVERIFY(client->GetCurrentDirectory() == "/" && cwd("/") && shown(Read(*client) == kBlock));  // still connected
     QVERIFY(!cwd("/\r\nDELE spectrum:"));  // one argument, never two commands
-    QCOMPARE(sim.Count("CWD elsewhere"), 1);
-    QCOMPARE(sim.Count("DELE", true), 0);
+    QVERIFY(sim.Count("CWD elsewhere") == 1 && sim.Count("DELE", true) == 0);
     QCOMPARE(notices.Shown(), std::string("FPT|257 \"/\" is the current directory.\r\n\nFPT Error 550|550 No such "
                                           "directory.\r\n\nFPT|226 Transfer complete.\r\n"));
 
@@ -285,51 +262,37 @@ class FtpServerTest : public QObject {
     const std::string local = dir.filePath("block.bin").toStdString(), missing = dir.filePath("none").toStdString(),
                       request = dir.filePath("request.bin").toStdString();
     auto download = [&](const char* remote, const std::string& to, bool failIfExists) {
-      client->SetDownloadFileName(remote);
-      client->SetNewDownLoadFileName(to);
-      client->SetFailIfExists(failIfExists);
+      client->SetDownloadFileName(remote), client->SetNewDownLoadFileName(to), client->SetFailIfExists(failIfExists);
       return client->DownLoadFile();
     };
+    auto upload = [&](const std::string& from) { return client->SetUpLoadFileName(from), client->UploadFile(); };
     client->SetDeleteFileName("spectrum:");
-    QVERIFY(!client->DeleteFile());
     std::ofstream(local) << "keep";
-    QVERIFY(!download("spectrum:", local, true));
-    QCOMPARE(ReadWholeFile(local), std::string("keep"));
-    QCOMPARE(sim.Count("RETR", true), 3);
-    QVERIFY(download("spectrum:", local, false));
-    QCOMPARE(ReadWholeFile(local), sim.ServedBlock(3));
-    QVERIFY(!download("nothing", missing, false));
-    QVERIFY(!QFile::exists(QString::fromStdString(missing)));  // no partial file stays
-    client->SetUpLoadFileName(missing);
-    QVERIFY(!client->UploadFile());
     std::ofstream(request) << '\x01';
-    client->SetUpLoadFileName(request);
     client->SetNewUpLoadFileName("capt_spec:");
-    QVERIFY(client->UploadFile());
-    QCOMPARE(sim.Count("DELE spectrum:"), 1);
-    QCOMPARE(sim.Count("STOR", true), 1);
-    QCOMPARE(sim.Count("CAPTURE 1"), 1);
-    QCOMPARE(sim.Count("CONNECT"), 1);
+    QVERIFY(!client->DeleteFile() && !download("spectrum:", local, true));
+    QVERIFY(ReadWholeFile(local) == "keep" && sim.Count("RETR", true) == 3);
+    QVERIFY(download("spectrum:", local, false) && ReadWholeFile(local) == sim.ServedBlock(3));
+    QVERIFY(!download("nothing", missing, false) && !QFile::exists(QString::fromStdString(missing)));  // nothing kept
+    QVERIFY(!upload(missing) && upload(request));
+    QCOMPARE(QList<int>({sim.Count("DELE spectrum:"), sim.Count("STOR", true), sim.Count("CAPTURE 1"),
+                         sim.Count("CONNECT")}), QList<int>({1, 1, 1, 1}));
 
     // The find lists the matching names and tells its end once; nothing found: no handle,
     // no name, no notice, and the connection closed.
     auto find = [&](const std::string& pattern, uint32_t& handle) {
-      client->SetFindFileName(pattern);
-      handle = client->FindFirstFile();
+      client->SetFindFileName(pattern), handle = client->FindFirstFile();
       std::string names = client->FoundFileName();
       while (client->FindNextFile()) names.append(",").append(client->FoundFileName());
       return names;
     };
     notices.boxes.clear();
-    QVERIFY(!client->FindNextFile());  // no find yet: silent
     uint32_t first = 0, second = 0, none = 1;
-    QCOMPARE(find("*", first), std::string("capt_spec:,spectrum:"));
-    QCOMPARE(find("sp?ctrum*", second), std::string("spectrum:"));
-    QCOMPARE(find("*.bin", none), std::string());
-    QVERIFY(first != 0 && second != 0 && second != first && none == 0);
+    QVERIFY(!client->FindNextFile());  // no find yet: silent
+    QVERIFY(find("*", first) == "capt_spec:,spectrum:" && find("sp?ctrum*", second) == "spectrum:");
+    QVERIFY(find("*.bin", none).empty() && first != 0 && second != 0 && second != first && none == 0);
     QCOMPARE(notices.Shown(), std::string("FTP|No More Files!\nFTP|No More Files!"));
-    QVERIFY(sim.WaitForCount("QUIT", 1));
-    QCOMPARE(Read(*client), -1);
+    QVERIFY(sim.WaitForCount("QUIT", 1) && Read(*client) == -1);
     client->ConnectToServer();
     QCOMPARE(Read(*client), kBlock);
   }

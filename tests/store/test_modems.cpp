@@ -1,7 +1,7 @@
 // The modem directory without its dialogs: the address check, storing and removing entries
 // with their questions, the recent list, and the round trip through the settings store.
-#include <QTemporaryDir>
 #include <QtTest>
+
 #include <memory>
 #include <random>
 
@@ -10,19 +10,11 @@
 #include "store/modem_directory.h"
 #include "store/modem_editing.h"
 #include "store/settings_store.h"
+#include "test_support.h"
 
 using namespace tavrix;
 
 namespace {
-
-// Answers every question with `answer`; a box with OK alone is answered OK.
-struct ScriptedNotices : testing::RecordingNotices {
-  MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
-                    MessageIcon icon) override {
-    const MessageAnswer said = RecordingNotices::Ask(text, title, buttons, icon);
-    return buttons == MessageButtons::Ok ? said : answer;
-  }
-};
 
 const QDateTime kBase(QDate(2024, 3, 1), QTime(12, 0));
 const QDateTime kNow = kBase.addDays(1);
@@ -130,7 +122,7 @@ class ModemsTest : public QObject {
          {"A modem already exists with this name!  Is it okay to overwrite the previous modem?", B::OkCancel}},
         {"OK to Remove", {"Are you sure you wish to remove %1?", B::YesNo}}};
     Modems modems = Directory("ABCD");
-    ScriptedNotices notices;
+    testing::RecordingNotices notices;
     notices.answer = c.answer;
     const bool changes = QString(c.after) != "start";
     if (c.address) {
@@ -260,6 +252,7 @@ class ModemsTest : public QObject {
   }
 };
 
-std::unique_ptr<QObject> NewModemsTest() { return std::make_unique<ModemsTest>(); }
+std::unique_ptr<QObject> NewSettingsTest();
+TAVRIX_TEST_MAIN(QCoreApplication, NewSettingsTest, testing::Make<ModemsTest>)
 
 #include "test_modems.moc"

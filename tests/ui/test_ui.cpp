@@ -96,6 +96,6 @@ class EntryBoxTest : public QObject {
   }
 };
 
-std::unique_ptr<QObject> NewEntryBoxTest() { return std::make_unique<EntryBoxTest>(); }
+TAVRIX_TEST_MAIN(QCoreApplication, tavrix::testing::Make<EntryBoxTest>)
 
 #include "test_ui.moc"

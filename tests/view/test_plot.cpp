@@ -1,5 +1,6 @@
 // The plot: labels, grid spacing and where the trace key goes, and pictures from the one
 // drawing routine examined pixel by pixel.
+#include <QGuiApplication>
 #include <QPainter>
 #include <QtTest>
 
@@ -15,24 +16,25 @@ namespace {
 
 const QSize kSize(640, 360);
 
-// A trace set over the band 0..300 whose current trace has the level `level(x)` dB at
+// A trace set over the band 0..300 whose traces all have the level `level(x)` dB at
 // frequency x, the positive half on the right and the negative half on the left, as a
-// capture gives them; the peak hold trace, when asked for, is a copy.
-TraceSet ShapedTraces(const std::function<float(float)>& level, bool withPeakHold = false) {
+// capture gives them; the current trace shown, or those asked for.
+TraceSet ShapedTraces(const std::function<float(float)>& level, std::array<bool, kTraceCount> shown = {true}) {
   TraceSet t;
-  t.TraceVisible[kCurrentTrace] = true;
-  t.TraceVisible[kPeakHoldTrace] = withPeakHold;
+  t.TraceVisible = shown;
   t.DataValid = true;
   for (int k = 0; k < kPointCount; ++k) {
     const float x = k < kPointCount / 2 ? 150.0f + 150.0f * (k + 1) / 1024 : 150.0f * (k - 1023) / 1024;
-    for (int trace : {kCurrentTrace, kPeakHoldTrace}) {
+    for (int trace = 0; trace < kTraceCount; ++trace) {
       t.FreqPoints[static_cast<size_t>(k)][trace] = x;
       t.AmpPoints[static_cast<size_t>(k)][trace] = level(x);
     }
   }
   return t;
 }
-TraceSet FlatTraces(float level) { return ShapedTraces([level](float) { return level; }); }
+TraceSet FlatTraces(float level, std::array<bool, kTraceCount> shown = {true}) {
+  return ShapedTraces([level](float) { return level; }, shown);
+}
 
 // The dB-per-division item the view window checks for a view of this size.
 int CheckedFor(float height, const ViewScale& view = {}, float freqScale = 1) {
@@ -188,8 +190,8 @@ class PlotTest : public QObject {
   void keyIsTranslucentInTheChosenCorner() {
     for (const bool highOnLeft : {true, false}) {
       // Above the box on the high side, through the middle of the box on the other.
-      const TraceSet traces =
-          ShapedTraces([&](float x) { return (highOnLeft ? x < 60 : x > 240) ? 122.0f : 103.0f; }, true);
+      const auto level = [&](float x) { return (highOnLeft ? x < 60 : x > 240) ? 122.0f : 103.0f; };
+      const TraceSet traces = ShapedTraces(level, {true, false, false, true});
       const PlotScene scene = SceneOf(traces);
       const QImage image = RenderPlot(scene, kSize, 1);
       const PixelRect a = MappingFor(kSize).Area();
@@ -212,15 +214,24 @@ class PlotTest : public QObject {
     }
   }
 
-  void tracesAreOneDevicePixelWide() {
-    const TraceSet traces = FlatTraces(53);  // off the 10 dB grid lines
-    for (const qreal ratio : {1, 2}) {
-      const QImage image = RenderPlot(SceneOf(traces), kSize, ratio);
-      QCOMPARE(image.size(), kSize * ratio);
-      QCOMPARE(image.devicePixelRatio(), ratio);
-      const PlotMapping map = MappingFor(kSize);
-      for (double x : {60.0, 120.0, 200.0, 280.0})
-        QCOMPARE(CountInColumn(image, Pixel(map.ToPixelX(x) * ratio) + 1, Rgb(kDefaultPalettes[0][kSpectrumColor])), 1);
+  // Each trace in its own colour of the palette, one device pixel wide at either ratio.
+  void tracesAreOneDevicePixelWideInTheirColours() {
+    const std::pair<int, PaletteField> colours[] = {{kCurrentTrace, kSpectrumColor},
+                                                    {kPreviousTrace, kPreviousColor},
+                                                    {kVideoAverageTrace, kVideoAverageColor},
+                                                    {kPeakHoldTrace, kPeakHoldColor}};
+    for (const auto& [trace, colour] : colours) {
+      std::array<bool, kTraceCount> shown{};
+      shown[static_cast<size_t>(trace)] = true;
+      const TraceSet traces = FlatTraces(53, shown);  // off the 10 dB grid lines
+      for (const qreal ratio : {1, 2}) {
+        const QImage image = RenderPlot(SceneOf(traces), kSize, ratio);
+        QVERIFY(image.size() == kSize * ratio && image.devicePixelRatio() == ratio);
+        for (double x : {60.0, 120.0, 200.0, 280.0}) {
+          const int column = Pixel(MappingFor(kSize).ToPixelX(x) * ratio) + 1;
+          QCOMPARE(CountInColumn(image, column, Rgb(kDefaultPalettes[0][colour])), 1);
+        }
+      }
     }
   }
 
@@ -296,6 +307,7 @@ class PlotTest : public QObject {
   }
 };
 
-std::unique_ptr<QObject> NewPlotTest() { return std::make_unique<PlotTest>(); }
+std::unique_ptr<QObject> NewViewWindowTest();
+TAVRIX_TEST_MAIN(QGuiApplication, NewViewWindowTest, tavrix::testing::Make<PlotTest>)
 
 #include "test_plot.moc"

@@ -146,52 +146,42 @@ class ViewWindowTest : public QObject {
     QVERIFY(!v.VScrollChange(0, ScrollAction::Increase).Redraw && !v.VScrollChange(0, ScrollAction::Decrease).Redraw);
   }
 
-  // A thumb drag moves by the whole drag: 1% of the view per horizontal unit, 1 dB per
-  // vertical unit; an arrow or track click pans one step in its own direction.
-  void scrollBarEvents() {
-    ViewWindow v = BandView();
-    v.HScrollScroll();
-    v.HScrollScroll();  // still the same drag
-    QCOMPARE(v.DragStartValue, 50);
-    QVERIFY(v.HScrollChange(40, ScrollAction::Drag).Redraw);
-    QCOMPARE(v.Scale.ScaleLeft, -30.0f);
-    QVERIFY(!v.DragPending && v.ViewChanged);
-
-    v = BandView();
-    v.VScrollScroll();
-    v.VScrollChange(40, ScrollAction::Drag);
-    QCOMPARE(v.Scale.ScaleTop, -85.0f);
-
-    v = BandView();
-    v.HScrollChange(49, ScrollAction::Increase);
-    QCOMPARE(v.Scale.ScaleLeft, 3.0f);  // the action, not the value, gives the direction
-    v.VScrollChange(26, ScrollAction::Decrease);
-    QCOMPARE(v.Scale.ScaleTop, -102.5f);
-    v.VScrollChange(v.VScroll.Min, ScrollAction::Decrease);
-    QCOMPARE(v.VScroll.Arrows, 2);
-
-    v.ScrollBusy = true;  // the window's own setting of the bars changes nothing
-    const ViewScale before = v.Scale;
-    QCOMPARE(v.HScrollChange(10, ScrollAction::Increase), ViewOutcome{});
-    QCOMPARE(v.Scale, before);
-  }
-
-  // An arrow towards the end a bar stands at moves nothing, however often clicked.
-  void arrowsAtAnEndMoveNothing() {
-    const ScrollAction up = ScrollAction::Decrease, down = ScrollAction::Increase;
+  // One action on a bar: a thumb drag moves by the whole drag, 1% of the view per horizontal
+  // unit and 1 dB per vertical one; an arrow or track click pans 1% in its own direction,
+  // whatever the value, and never towards the end the bar stands at, however often clicked.
+  void scrollBarActions() {
+    const ScrollAction up = ScrollAction::Decrease, down = ScrollAction::Increase, drag = ScrollAction::Drag;
     const ViewScale top{0, -300, 300, 100}, bottom{0, 100, 300, 100}, right{500, -100, 100, 250},
         left{-500, -100, 100, 250}, middle{0, -100, 300, 250};
-    const struct { bool horizontal; ViewScale view; ScrollAction action; bool moves; } rows[] = {
-        {false, top, up, false},    {false, top, down, true},   {false, bottom, down, false},
-        {false, bottom, up, true},  {false, middle, up, true},  {true, right, down, false},
-        {true, right, up, true},    {true, left, up, false}};
-    for (const auto& [horizontal, view, action, moves] : rows) {
+    constexpr int kAtThumb = -1000;  // the value the bar stands at
+    // moved: ScaleLeft or ScaleTop after; the view's own when nothing may move.
+    const struct { bool horizontal; ViewScale view; ScrollAction action; int value; float moved; } rows[] = {
+        {true, middle, drag, 40, -30},      {false, middle, drag, 40, -85},      {true, middle, down, 49, 3},
+        {false, middle, up, 26, -102.5f},   {false, top, up, kAtThumb, -300},    {false, top, down, kAtThumb, -299},
+        {false, bottom, down, kAtThumb, 100}, {false, bottom, up, kAtThumb, 99}, {false, middle, up, kAtThumb, -102.5f},
+        {true, right, down, kAtThumb, 500}, {true, right, up, kAtThumb, 499},    {true, left, up, kAtThumb, -500}};
+    for (const auto& [horizontal, view, action, value, moved] : rows) {
       ViewWindow w = BandView(view);
-      const int value = (horizontal ? w.HScroll : w.VScroll).Value;
-      for (int i = 0; i < (moves ? 1 : 5); ++i)
-        QCOMPARE((horizontal ? w.HScrollChange(value, action) : w.VScrollChange(value, action)).Redraw, moves);
-      QCOMPARE(w.Scale == view, !moves);
+      ScrollBarModel& bar = horizontal ? w.HScroll : w.VScroll;
+      const int at = value == kAtThumb ? bar.Value : value;
+      if (action == drag) {
+        horizontal ? (w.HScrollScroll(), w.HScrollScroll()) : w.VScrollScroll();  // the second is the same drag
+        QCOMPARE(w.DragStartValue, bar.Value);
+      }
+      ViewScale after = view;
+      (horizontal ? after.ScaleLeft : after.ScaleTop) = moved;
+      for (int i = 0; i < (after == view ? 5 : 1); ++i)
+        QCOMPARE((horizontal ? w.HScrollChange(at, action) : w.VScrollChange(at, action)).Redraw, !(after == view));
+      QCOMPARE(w.Scale, after);
+      QVERIFY(!w.DragPending && w.ViewChanged == !(after == view));
     }
+    ViewWindow v = BandView(middle);
+    v.VScrollChange(v.VScroll.Min, up);
+    QCOMPARE(v.VScroll.Arrows, kOnlyHighArrow);  // the arrows follow the value the bar was moved to
+    v.ScrollBusy = true;            // the window's own setting of the bars changes nothing
+    const ViewScale before = v.Scale;
+    QCOMPARE(v.HScrollChange(10, down), ViewOutcome{});
+    QCOMPARE(v.Scale, before);
   }
 
   // Three quarters of the area, centred; at most 1600x1000; never below 794x384.
