@@ -88,27 +88,36 @@ class EndToEndTest : public QObject {
 
  private slots:
   void init() { file = folder.emplace().filePath("settings.conf"); }
-  void firstStartTakesEveryDefault() {
-    Viewer v(file);
-    const ViewerSettings defaults = LoadViewerSettings(v.w->Store(), QDir::homePath().toStdString());
-    ViewerSettings now = v.w->CurrentSettings();
-    // Three quarters of the screen's area (here the minimum width bounds it), centred.
-    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry(), place(v.w->pos(), v.w->size());
-    QVERIFY(std::abs(place.height() - screen.height() * 0.866) <= 1 &&
-            (place.center() - screen.center()).manhattanLength() <= 2);
-    now.Window = defaults.Window;
-    QVERIFY(now == defaults);
-    QCOMPARE(v.w->windowTitle(), QString("Tavrix Spectrum Analyzer - Version ") + kVersion);
-    QAction* recent = v.w->Action(Command::CommSel, 0);
-    QVERIFY(recent->isVisible() && !recent->isEnabled() && recent->text() == "<No Recent Modem Monitored>");
-    QVERIFY(v.w->Cycle().Stopped() && !v.w->Cycle().Connecting());
-  }
-
-  void everySettingComesBackAfterARestart() {
+  // A first start takes every default in a comfortable window; every setting comes back after a
+  // restart. Each time the check marks show the settings.
+  void firstStartAndEverySettingBackAfterARestart() {
+    const auto marksShow = [](const frmMain& w, const ViewerSettings& s) {
+      const std::pair<Command, bool> marks[] = {
+          {Command::OptionsSnap, s.SnapToPoint}, {Command::OptionsWindow, s.WindowSpectrum},
+          {Command::OptionsPanel, s.SelectionPanelOn}, {Command::ViewCursors, s.CursorDisplay},
+          {Command::CurrentTrace, s.CurrentTrace}, {Command::PeakHold, s.PeakHold}, {Command::LastTrace, s.LastTrace},
+          {Command::VideoAverage, s.VideoAverage}, {Command::OptionsPalette, s.CurrentPalette == 0}};
+      for (const auto& [command, on] : marks) QVERIFY2(w.Action(command)->isChecked() == on, RowOf(command).Key);
+      QVERIFY(w.Action(Command::OptionsPalette, 1)->isChecked() == (s.CurrentPalette == 1));
+    };
     ViewerSettings before;
     {
       Viewer v(file);
       frmMain& w = *v.w;
+      const ViewerSettings defaults = LoadViewerSettings(w.Store(), QDir::homePath().toStdString());
+      ViewerSettings now = w.CurrentSettings();
+      // Three quarters of the screen's area (here the minimum width bounds it), centred.
+      const QRect screen = QGuiApplication::primaryScreen()->availableGeometry(), place(w.pos(), w.size());
+      QVERIFY(std::abs(place.height() - screen.height() * 0.866) <= 1 &&
+              (place.center() - screen.center()).manhattanLength() <= 2);
+      now.Window = defaults.Window;
+      QVERIFY(now == defaults);
+      marksShow(w, defaults);
+      QCOMPARE(w.windowTitle(), QString("Tavrix Spectrum Analyzer - Version ") + kVersion);
+      QAction* recent = w.Action(Command::CommSel, 0);
+      QVERIFY(recent->isVisible() && !recent->isEnabled() && recent->text() == "<No Recent Modem Monitored>");
+      QVERIFY(w.Cycle().Stopped() && !w.Cycle().Connecting());
+
       w.show();
       QVERIFY(QTest::qWaitForWindowExposed(&w));
       // Within the off-screen platform's 800x600 screen, which bounds a restored size.
@@ -135,14 +144,7 @@ class EndToEndTest : public QObject {
     }
     Viewer again(file);
     QVERIFY(again.w->CurrentSettings() == before);
-    // The check marks show what came back.
-    const std::pair<Command, bool> checks[] = {
-        {Command::OptionsSnap, before.SnapToPoint}, {Command::OptionsWindow, before.WindowSpectrum},
-        {Command::OptionsPanel, before.SelectionPanelOn}, {Command::ViewCursors, before.CursorDisplay},
-        {Command::CurrentTrace, before.CurrentTrace}, {Command::PeakHold, before.PeakHold},
-        {Command::LastTrace, before.LastTrace}, {Command::VideoAverage, before.VideoAverage}};
-    for (const auto& [command, on] : checks) QVERIFY2(again.w->Action(command)->isChecked() == on, RowOf(command).Key);
-    QVERIFY(again.w->Action(Command::OptionsPalette, 1)->isChecked() && !again.w->Action(Command::OptionsPalette, 0)->isChecked());
+    marksShow(*again.w, before);
     QCOMPARE(again.w->Entry("txtThreshold")->text(), QString("-42.500dB"));
   }
 
