@@ -124,9 +124,9 @@ class EndToEndTest : public QObject {
       w.resize(w.MinimumPixels() + QSize(5, 77));
       w.move(3, 17);
       v.color = QColor(12, 34, 56);
-      w.PickColor(1, kPeakHoldColor);
+      w.Action(Command::PrinterColor, kPeakHoldColor)->trigger();
       w.PickColor(0, kBackgroundColor);
-      w.mnuOptionsPalette_Click(1);
+      w.Action(Command::OptionsPalette, 1)->trigger();
       for (const Command c : {Command::OptionsSnap, Command::OptionsWindow, Command::OptionsPanel}) w.Action(c)->trigger();
       for (const Command c : {Command::CurrentTrace, Command::PeakHold, Command::LastTrace}) w.tbMain_ButtonClick(c);
       w.ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
@@ -211,7 +211,7 @@ class EndToEndTest : public QObject {
     w.PickColor(0, kBackgroundColor);
     QCOMPARE(w.Display().Palettes[0][kBackgroundColor], kDefaultPalettes[0][kBackgroundColor]);
     v.color = QColor(0, 0, 90);
-    w.PickColor(0, kBackgroundColor);
+    w.Action(Command::ViewerColor, kBackgroundColor)->trigger();
     QCOMPARE(w.Plot()->Frame().pixelColor(2, 2), QColor(0, 0, 90));
     QCOMPARE(v.colorTitles, QStringList(3, "Select Analyzer Background Color"));
 

@@ -82,6 +82,14 @@ constexpr DragRow kDragRows[] = {{"left drag in Zoom Window", Command::ZoomWin, 
                                  {"middle drag from Pan returns to Pan", Command::Pan, Qt::MiddleButton, kPanMode},
                                  {"middle drag from Select", Command::Select, Qt::MiddleButton, kSelectMode}};
 
+// The cursor read-outs of the panel and the printed page, at 10 plot units to the MHz.
+struct ReadoutRow { const char* name; bool display; CursorMark one, two; std::array<std::string, 6> texts; };
+const ReadoutRow kReadoutRows[] = {
+    {"display off", false, {10, -20}, {30, -50}, {}},
+    {"cursor 2 not placed", true, {10, -20}, {}, {"1.000MHz", "20.000dB", "", "", "", ""}},
+    {"both: 2 less 1", true, {10, -20}, {30, -50.5f}, {"1.000MHz", "20.000dB", "3.000MHz", "50.500dB", "2.000MHz", "30.500dB"}},
+    {"both, 2 below 1", true, {30, -50}, {10, -20}, {"3.000MHz", "50.000dB", "1.000MHz", "20.000dB", "-2.000MHz", "-30.000dB"}}};
+
 }  // namespace
 
 class WindowTest : public QObject {
@@ -116,6 +124,15 @@ class WindowTest : public QObject {
       h.w->tbMain_ButtonMenuClick(Command::Export, 1);
       QCOMPARE(h.dialogs.back().Folder, QFileInfo(file).absolutePath());
     }
+  }
+
+  void cursorReadouts_data() { AddRows(kReadoutRows); }
+  void cursorReadouts() {
+    const auto& [name, display, one, two, texts] = Row(kReadoutRows);
+    DisplayState state;
+    state.CursorDisplay = display;
+    state.Cursors = {one, two};
+    QCOMPARE(CursorReadouts(state, 10, "##0.000MHz"), texts);
   }
 
   void sizeRule_data() { AddRows(kSizeRows); }
