@@ -5,6 +5,7 @@
 #include <set>
 
 #include "app/export_command.h"
+#include "app/measure_command.h"
 #include "app/peaks_command.h"
 #include "app/render_command.h"
 #include "app/snapshot_command.h"
@@ -21,6 +22,9 @@ std::string UsageText() {
          "                         [--window on|off] [--peak-hold] [--video-average] BLOCK...\n"
          "  tavrix-spectrum peaks [--trace current|previous|videoaverage|peakhold] [--threshold DB]\n"
          "                        [--count N] [--window on|off] [--peak-hold] [--video-average] BLOCK...\n"
+         "  tavrix-spectrum measure --band F1:F2 [--band F1:F2 ...] [--noise N1:N2 ...]\n"
+         "                          [--trace current|previous|videoaverage|peakhold]\n"
+         "                          [--window on|off] [--peak-hold] [--video-average] BLOCK...\n"
          "  tavrix-spectrum snapshot --modem ADDR[:PORT] [--save-block FILE] [--set SET --out FILE]\n"
          "                         [--png FILE] [--window on|off]\n"
          "  tavrix-spectrum --help | --version\n"
@@ -55,6 +59,31 @@ std::string UsageText() {
          "  --count N          at most N points, 1 to 2048 (default 10)\n"
          "  --window, --peak-hold, --video-average, BLOCK...   as for export\n"
          "\n"
+         "measure Processes the blocks as export does and measures carriers on one trace:\n"
+         "        \"Band,Points,ChannelPower,PeakFrequency,PeakLevel,CentreFrequency,\n"
+         "        OccupiedBandwidth,NoiseDensity,CN\", then a line a band in the order given.\n"
+         "        A band holds the points whose frequency (MHz, as the axis shows it) lies\n"
+         "        within it, edges included; p = 10^(level/10) is a point's power.\n"
+         "        ChannelPower    10 log10 of the sum of p over the band (relative dB)\n"
+         "        PeakFrequency, PeakLevel  the highest point (of equal ones the lowest)\n"
+         "        CentreFrequency the frequencies weighted by p\n"
+         "        OccupiedBandwidth  walking up the band, from the first point where the\n"
+         "                        running sum of p reaches 0.5 % of the total to the\n"
+         "                        first where it reaches 99.5 %\n"
+         "        NoiseDensity    10 log10 of the mean p over the noise band\n"
+         "        CN              10 log10 of the band's power above its noise against\n"
+         "                        that noise; \"below noise\" when there is none above\n"
+         "        Frequencies in MHz with 6 decimals, levels in dB with 3; NoiseDensity and\n"
+         "        CN are empty without --noise.\n"
+         "  --band F1:F2       a band to measure, in MHz (repeat for more bands)\n"
+         "  --noise N1:N2      the noise band, in MHz: a stretch with no carrier; give it\n"
+         "                     again to add stretches (either side of a carrier where the\n"
+         "                     floor slopes): the mean runs over the points of them all\n"
+         "  --trace TRACE      current (default), previous, videoaverage (needs\n"
+         "                     --video-average) or peakhold (needs --peak-hold)\n"
+         "  --window, --peak-hold, --video-average, BLOCK...   as for export\n"
+         "        A band must lie within the band the capture shows and hold a point.\n"
+         "\n"
          "snapshot  Asks a live unit for one capture and reads it, as one poll of the\n"
          "        viewer does, then saves the block exactly as read, writes a data set as\n"
          "        export does and/or draws it as render does. Every network wait is bounded;\n"
@@ -71,7 +100,8 @@ std::string UsageText() {
 }
 
 bool IsCommand(const std::vector<std::string>& args) {
-  static const std::set<std::string> kCommands = {"export", "render", "peaks", "snapshot", "help", "--help", "-h", "--version"};
+  static const std::set<std::string> kCommands = {"export",   "render", "peaks",  "measure", "snapshot",
+                                                  "help",     "--help", "-h",     "--version"};
   return !args.empty() && kCommands.count(args[0]) > 0;
 }
 
@@ -116,6 +146,7 @@ int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std:
   if (command == "export") return RunSubcommand<ExportOptions>(command, rest, ParseExportOptions, RunExport, out, err);
   if (command == "render") return RunSubcommand<RenderOptions>(command, rest, ParseRenderOptions, RunRender, out, err);
   if (command == "peaks") return RunSubcommand<PeaksOptions>(command, rest, ParsePeaksOptions, RunPeaks, out, err);
+  if (command == "measure") return RunSubcommand<MeasureOptions>(command, rest, ParseMeasureOptions, RunMeasure, out, err);
   err << "tavrix-spectrum: unknown command \"" << command << "\" (see --help)\n";
   return 2;
 }

@@ -10,6 +10,7 @@ namespace tavrix {
 
 namespace {
 constexpr const char* kSetNames = "raw, transformed, scaled, peakhold or videoaverage";
+constexpr const char* kTraceNames[kTraceCount] = {"current", "previous", "videoaverage", "peakhold"};
 }  // namespace
 
 std::string ParseSetOption(OptionReader& reader, DataSet& set) {
@@ -28,6 +29,19 @@ std::string ParseWindowOption(OptionReader& reader, bool& windowSpectrum) {
   windowSpectrum = onOff == "on";
   return {};
 }
+
+std::string ParseTraceOption(OptionReader& reader, int& trace) {
+  std::string name;
+  if (auto e = reader.TakeValue(name); !e.empty()) return e;
+  for (int t = 0; t < kTraceCount; ++t)
+    if (name == kTraceNames[t]) {
+      trace = t;
+      return {};
+    }
+  return "--trace must be current, previous, videoaverage or peakhold, not \"" + name + "\"";
+}
+
+const char* TraceOptionName(int trace) { return kTraceNames[trace >= 0 && trace < kTraceCount ? trace : 0]; }
 
 bool TakeBlockProcessingWord(OptionReader& reader, BlockProcessing& blocks, std::string& problem) {
   const std::string& name = reader.Name();

@@ -33,9 +33,12 @@ bool TakeBlockProcessingWord(OptionReader& reader, BlockProcessing& blocks, std:
 // Reads every block and processes them in order; an empty text, or what could not be read.
 std::string ProcessBlockFiles(const BlockProcessing& blocks, LiveSpectrum& live);
 
-// The values of --set and --window; an empty text, or what is wrong.
+// The values of --set, --window and --trace; an empty text, or what is wrong.
 std::string ParseSetOption(OptionReader& reader, DataSet& set);
 std::string ParseWindowOption(OptionReader& reader, bool& windowSpectrum);
+std::string ParseTraceOption(OptionReader& reader, int& trace);
+// "current", "previous", "videoaverage" or "peakhold", as --trace names the trace.
+const char* TraceOptionName(int trace);
 
 // Reads the export options from the words after "export". Returns an empty text, or
 // one line saying what is wrong.

@@ -1,4 +1,5 @@
 #pragma once
+#include <charconv>
 #include <string>
 #include <vector>
 
@@ -29,5 +30,13 @@ class OptionReader {
   bool hasInline_ = false;
   std::string name_, inline_;
 };
+
+// Reads a whole word as a number (C locale, no blanks, no sign "+"); false when it is not one.
+template <typename Number>
+bool ReadNumber(const std::string& text, Number& value) {
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  return error == std::errc() && stop == end && !text.empty();
+}
 
 }  // namespace tavrix
