@@ -48,7 +48,7 @@ from pyftpdlib.authorizers import AuthenticationFailed, DummyAuthorizer
 from pyftpdlib.ioloop import RetryError
 from pyftpdlib.servers import FTPServer
 
-from simulated_capture import SignalModel, build_block
+from simulated_capture import SignalModel, build_block, describe
 from sim_options import parse_arguments
 
 SPECTRUM_NAME = "spectrum:"
@@ -532,6 +532,10 @@ def watch_parent():
 
 def main(argv=None):
     options = parse_arguments(sys.argv[1:] if argv is None else argv)
+    if options.describe:
+        sys.stdout.write(describe(SignalModel(options.seed), int(round(options.center_mhz * 1000)),
+                                  options.rate_exponent))
+        return 0
     log_stream = open(options.log, "w") if options.log else sys.stderr
     events = EventLog(log_stream)
     library_log = logging.getLogger("pyftpdlib")

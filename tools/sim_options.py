@@ -61,6 +61,10 @@ def parse_arguments(argv):
                         help="centre frequency in MHz (default 70.0)")
     parser.add_argument("--rate-exponent", type=bounded_int(0, 65535), default=3,
                         help="rate exponent D, sample rate 1000/2^(D+1) (default 3)")
+    parser.add_argument("--describe", action="store_true",
+                        help="print the signals of the band for this seed, centre and rate "
+                             "(their bands in MHz as the viewer's axis shows them, power, floor "
+                             "and fixed C/N, as CSV) and exit without serving")
     parser.add_argument("--log", metavar="FILE",
                         help="write the command/event log here instead of stderr")
     parser.add_argument("--dump-dir", metavar="DIR",

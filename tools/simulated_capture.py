@@ -49,14 +49,14 @@ class ModulatedCarrier:
     hump with a flat top Rs wide and sloped skirts out to Rs * (1 + roll-off).
 
     `sps` whole samples a symbol (the symbol rate is 1/sps of the sample
-    rate), `freq` the centre as a fraction of the sample rate, `level_db` the
-    height of the flat top over the noise floor."""
+    rate), `freq` the centre as a fraction of the sample rate, `power` its
+    power a sample (in sample units squared)."""
 
     SPAN = 8  # symbols under one pulse
 
-    def __init__(self, freq, sps, roll_off, level_db, noise_power):
+    def __init__(self, freq, sps, roll_off, power):
         self.freq, self.sps = freq, sps
-        self.rms = math.sqrt(10 ** (level_db / 10) * noise_power / sps)
+        self.rms = math.sqrt(power)
         taps = rrc_taps(sps, self.SPAN, roll_off)
         taps += [0.0] * ((self.SPAN + 1) * sps - len(taps))
         # One reversed sub-filter per sample phase: a sample is a short dot
@@ -97,27 +97,58 @@ class SignalModel:
     returning over a few tens of captures, an unmodulated beacon, and a noise
     floor that falls by a few dB from the low edge to the high one.
 
+    Each signal has a fixed C/N: its power over the power of the floor in its
+    band, the band being Rs * (1 + roll-off) wide for a carrier and nine
+    analyzer points for the beacon. The power follows from the C/N and the
+    floor where the signal sits. The narrow carrier has its C/N at full level,
+    in capture 0 and once every fade period.
+
     Frequencies are fractions of the sample rate. The same seed and capture
-    number always give the same samples; another seed moves and levels the
-    carriers a little differently."""
+    number always give the same samples; another seed moves the signals a
+    little and fades the narrow carrier at another pace."""
 
     NOISE_SIGMA = 3.5           # of each of I and Q
     TILT = 0.25                 # colouring of the floor: about 4 dB across the band
+    QUANTIZATION = 1.0 / 6      # power a sample of rounding I and Q to whole steps
     FADE_DEPTH_DB = 30.0
-    BEACON_AMPLITUDE = 7.0
+    # name, centre (fraction of the sample rate), samples a symbol, roll-off, C/N (dB)
+    CARRIERS = (("wide", -0.14, 8, 0.25, 17.0),
+                ("medium", 0.03, 16, 0.3, 22.0),
+                ("narrow", 0.125, 40, 0.2, 22.0))
+    BEACON = ("beacon", 0.2, 30.0)
+    BEACON_HALF_WIDTH = 4.5 / SAMPLE_COUNT  # its band: 4 points either side of it
 
     def __init__(self, seed):
         self.seed = seed
         rng = random.Random(seed)
-        noise_power = 2 * self.NOISE_SIGMA ** 2
         jitter = lambda: rng.uniform(-0.008, 0.008)
-        self.steady = [
-            ModulatedCarrier(-0.14 + jitter(), 8, 0.25, rng.uniform(17, 20), noise_power),
-            ModulatedCarrier(0.03 + jitter(), 16, 0.3, rng.uniform(22, 25), noise_power),
-        ]
-        self.fading = ModulatedCarrier(0.125 + jitter(), 40, 0.2, rng.uniform(20, 23), noise_power)
-        self.beacon_freq = 0.2 + jitter()
+        self.signals = []  # (name, centre, low, high, samples a symbol or None, power, C/N)
+        carriers = []
+        for name, freq, sps, roll_off, cn_db in self.CARRIERS:
+            freq += jitter()
+            half = (1 + roll_off) / (2 * sps)
+            power = self.add_signal(name, freq, freq - half, freq + half, sps, cn_db)
+            carriers.append(ModulatedCarrier(freq, sps, roll_off, power))
+        self.steady, self.fading = carriers[:2], carriers[2]
+        name, freq, cn_db = self.BEACON
+        self.beacon_freq = freq + jitter()
+        half = self.BEACON_HALF_WIDTH
+        self.beacon_amplitude = math.sqrt(self.add_signal(name, self.beacon_freq, self.beacon_freq - half,
+                                                          self.beacon_freq + half, None, cn_db))
         self.fade_period = rng.uniform(16.0, 24.0)   # captures per fade and return
+
+    def add_signal(self, name, freq, low, high, sps, cn_db):
+        power = 10 ** (cn_db / 10) * self.floor_power(low, high)
+        self.signals.append((name, freq, low, high, sps, power, cn_db))
+        return power
+
+    def floor_power(self, low, high):
+        """Power a sample of the floor between two frequencies: the coloured
+        noise (its density 1 + g^2 - 2 g sin(2 pi f) over 1 + g^2 times the
+        white power) and the rounding to bytes, white."""
+        g = self.TILT
+        coloured = (high - low) + g / math.pi * (math.cos(2 * math.pi * high) - math.cos(2 * math.pi * low)) / (1 + g * g)
+        return 2 * self.NOISE_SIGMA ** 2 * coloured + self.QUANTIZATION * (high - low)
 
     def fade_gain(self, capture_number):
         """Amplitude factor of the fading carrier in a capture (1 at full level)."""
@@ -135,12 +166,46 @@ class SignalModel:
                    for k in range(SAMPLE_COUNT)]
         parts = [carrier.samples(rng) for carrier in self.steady]
         parts.append(self.fading.samples(rng, self.fade_gain(capture_number)))
-        parts.append(mix([self.BEACON_AMPLITUDE] * SAMPLE_COUNT, self.beacon_freq, rng.uniform(0, 2 * math.pi)))
+        parts.append(mix([self.beacon_amplitude] * SAMPLE_COUNT, self.beacon_freq, rng.uniform(0, 2 * math.pi)))
         for part in parts:
             samples = list(map(operator.add, samples, part))
         i_bytes = bytes(encode_sample(s.real) for s in samples)
         q_bytes = bytes(encode_sample(s.imag) for s in samples)
         return i_bytes, q_bytes
+
+
+def window_power_sum():
+    """The sum of the squares of the viewer's window (on by default): a noise
+    of power P a sample gives each analyzer point P times this."""
+    half = SAMPLE_COUNT // 2
+    return sum((0.5 * math.cos(((i - half + 0.5) * 3.14159) / half - 0.5) + 0.5) ** 2
+               for i in range(1, SAMPLE_COUNT + 1))
+
+
+def describe(model, centre_field, rate_exponent):
+    """The signals of the band as CSV text, frequencies in MHz as the viewer's
+    axis shows them (a point is labelled one point above the bin it holds),
+    levels in dB as the viewer reads them with its window on:
+
+      Signal        wide, medium, narrow, beacon
+      Low, High     the signal's band
+      Centre        its centre
+      SymbolRate    MSym/s (empty for the beacon)
+      Power         the signal alone, summed over its band (channel power)
+      NoiseDensity  the floor under it, a point
+      CN            its power over the floor's power in its band
+      FadePeriod    captures per fade and return (the narrow carrier)"""
+    rate = 1000.0 / 2 ** (min(rate_exponent, 12) + 1)
+    axis = lambda f: centre_field / 1000.0 + (f + 1.0 / SAMPLE_COUNT) * rate
+    points = SAMPLE_COUNT * window_power_sum()
+    db = lambda power: 10 * math.log10(power)
+    lines = ["Signal,Low,High,Centre,SymbolRate,Power,NoiseDensity,CN,FadePeriod"]
+    for name, freq, low, high, sps, power, cn_db in model.signals:
+        density = model.floor_power(low, high) / ((high - low) * SAMPLE_COUNT)
+        lines.append("%s,%.6f,%.6f,%.6f,%s,%.3f,%.3f,%.3f,%s" % (
+            name, axis(low), axis(high), axis(freq), "%.6f" % (rate / sps) if sps else "", db(points * power),
+            db(points * density), cn_db, "%.3f" % model.fade_period if name == "narrow" else ""))
+    return "\n".join(lines) + "\n"
 
 
 def build_block(centre_field, rate_exponent, i_bytes, q_bytes):
