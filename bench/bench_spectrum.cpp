@@ -3,9 +3,9 @@
 #include <string>
 
 #include "dsp/fft.h"
-#include "dsp/spectrum_update.h"
 #include "bench_blocks.h"
 #include "ratio_reporter.h"
+#include "whole_update.h"
 
 using namespace tavrix;
 
@@ -22,18 +22,7 @@ void BM_BareTransform(benchmark::State& st) {
 }
 BENCHMARK(BM_BareTransform);
 
-void BM_WholeUpdate(benchmark::State& st) {
-  const std::string block = bench::NoisyCaptureBlock(12345);
-  SpectrumState state;
-  state.Traces.TraceVisible = {true, true, true, true};
-  VerticalWindow vertical;
-  for (auto _ : st) {
-    ParseBlock(block, state.Capture);
-    UpdateReport report = UpdateSpectrum(state, vertical, true);
-    benchmark::DoNotOptimize(report);
-    benchmark::DoNotOptimize(state.Traces.AmpPoints.data());
-  }
-}
+void BM_WholeUpdate(benchmark::State& st) { bench::WholeUpdates(st); }
 BENCHMARK(BM_WholeUpdate);
 
 }  // namespace

@@ -49,10 +49,10 @@ inline int RunAndPrintRatios(int argc, char** argv, std::initializer_list<Ratio>
     const double ratio = m->second / b->second;
     char line[256];
     if (r.target <= 0)
-      std::snprintf(line, sizeof line, "ratio %s: %.2fx (%.3f ms / %.3f ms; for comparison)", r.label, ratio,
+      std::snprintf(line, sizeof line, "ratio %s: %.3gx (%.4f ms / %.4f ms; for comparison)", r.label, ratio,
                     m->second * 1e3, b->second * 1e3);
     else
-      std::snprintf(line, sizeof line, "ratio %s: %.2fx (%.3f ms / %.3f ms; target at most %.1fx) %s", r.label, ratio,
+      std::snprintf(line, sizeof line, "ratio %s: %.3gx (%.4f ms / %.4f ms; target at most %gx) %s", r.label, ratio,
                     m->second * 1e3, b->second * 1e3, r.target, ratio <= r.target ? "met" : "MISSED");
     std::puts(line);
     missed += r.target > 0 && ratio > r.target;
