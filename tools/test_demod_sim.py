@@ -173,14 +173,13 @@ class SimulatorTest(unittest.TestCase):
         self.assertTrue(2.0 < tilt < 8.0, tilt)
 
     def test_refused_sessions_and_seeds(self):
+        # The FTP client's tests refuse the first and the second session; here the third.
         sim = Simulator(self, "--refuse-after", "2")
         first = sim.connect(self)
         sim.connect(self)
         with self.assertRaises(ConnectionRefusedError):
             sim.connect(self)
         self.assertEqual(len(fetch(first)), BLOCK_SIZE)  # accepted ones go on
-        with self.assertRaises(ConnectionRefusedError):
-            Simulator(self, "--refuse-after", "0").connect(self)
         # The same seed gives the same captures, another seed others.
         def two_captures(seed):
             ftp = Simulator(self, "--seed", str(seed)).connect(self)
@@ -207,7 +206,7 @@ class SimulatorTest(unittest.TestCase):
                                     timeout=TIMEOUT)
             self.assertEqual((result.returncode, result.stdout), (2, ""), options)
 
-    def test_block_faults_size_and_rejected_request(self):
+    def test_block_faults_and_size(self):  # the FTP client's tests reject the capture request
         whole = fetch(Simulator(self).connect(self))
         for options, size, served in ((("--no-size",), "550", BLOCK_SIZE), (("--no-size", "502"), "502", BLOCK_SIZE),
                                       (("--short-block", "100"), 100, 100), (("--short-block", "0"), 0, 0),
@@ -224,14 +223,8 @@ class SimulatorTest(unittest.TestCase):
                 self.assertEqual(header_fields(block), (70000, 3))
             # A long file begins with the whole block a unit without the fault serves.
             self.assertEqual(block[:BLOCK_SIZE], whole[:served], options)
-        sim = Simulator(self, "--reject-capture")
-        ftp = sim.connect(self)
-        before = fetch(ftp)
-        self.assertRefused("550", request_capture, ftp)
-        self.assertEqual(fetch(ftp), before)
-        self.assertNotIn("CAPTURE 1", sim.read("log").splitlines())
 
-    def test_transfer_faults_stall_and_forged_data_connections(self):
+    def test_stalled_transfer_and_forged_data_after_a_skip(self):
         sim = Simulator(self, "--stall-transfer", "1.5")
         received = bytearray()
         with self.assertRaises(TimeoutError):
@@ -240,16 +233,14 @@ class SimulatorTest(unittest.TestCase):
         block = fetch(sim.connect(self))  # paused too, then whole
         self.assertEqual((len(block), block, sim.read("log").splitlines().count("STALL 1.5")),
                          (BLOCK_SIZE, sim.read("block_0002.bin", "rb"), 2))
+        # The FTP client's tests see a forged connection refused; here it comes only after the skipped one.
         sim = Simulator(self, "--forge-data-from", "127.0.0.2", "--forge-skip", "1")
-        ftp = sim.connect(self)
-        peers = []
+        ftp, peers = sim.connect(self), []
         for _ in range(2):
             with ftp.transfercmd("RETR spectrum:") as connection, connection.makefile("rb") as stream:
-                peers.append(connection.getpeername()[0])
-                received = stream.read()
+                peers.append((connection.getpeername()[0], len(stream.read())))
             ftp.voidresp()
-            self.assertEqual(len(received), BLOCK_SIZE)
-        self.assertEqual(peers, ["127.0.0.1", "127.0.0.2"])
+        self.assertEqual(peers, [("127.0.0.1", BLOCK_SIZE), ("127.0.0.2", BLOCK_SIZE)])
         self.assertEqual(sim.read("log").splitlines().count("FORGED 127.0.0.2"), 1)
 
 

@@ -1,10 +1,6 @@
 // Number text (the exported values), picture formats (the status and caption texts)
 // and the file helpers that keep an export from ever half-replacing a file.
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
-#include <QtTest>
+#include <QtTest>  // with the whole of Qt Core
 
 #include <bit>
 #include <cerrno>
@@ -142,14 +138,14 @@ class CommonTest : public QObject {
 
   // A failed write gives the system's reason and leaves what was there.
   void failedWritesSayWhy() {
-#if !defined(Q_OS_LINUX)
-    QSKIP("needs FIFOs, /dev/full and a file size limit");
+#if !defined(Q_OS_UNIX)
+    QSKIP("needs FIFOs and a file size limit");
 #else
     QTemporaryDir dir;
     const std::string kept = QDir(dir.path()).filePath("kept.txt").toStdString();
     QCOMPARE(WriteFileAtomically(kept, "old"), std::string());
-    // A FIFO or a device is written to as it is, never replaced by a file (which would
-    // replace /dev/full itself below, were it not so).
+    // A FIFO or a device is written to as it is, never replaced by a file. (No test writes
+    // to a real device: broken code would replace it.)
     const std::string fifo = QDir(dir.path()).filePath("fifo").toStdString();
     QCOMPARE(::mkfifo(fifo.c_str(), 0600), 0);
     const int reader = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK);
@@ -159,7 +155,6 @@ class CommonTest : public QObject {
     const ssize_t n = ::read(reader, got, sizeof got);
     ::close(reader);
     QCOMPARE(std::string(got, static_cast<size_t>(std::max<ssize_t>(n, 0))), std::string("through"));
-    QCOMPARE(WriteFileAtomically("/dev/full", "x"), std::string(std::strerror(ENOSPC)));
 
     // The write to the new file beside the target fails as on a full disk, past the first block.
     rlimit saved{};

@@ -156,8 +156,9 @@ class ModemDialogsTest : public QObject {
     }
   }
 
-  // Remove, Properties and OK need a selection, in a list with entries or without.
-  void managerWithoutSelection() {
+  // Remove, Properties and OK do nothing without a selection, in a list with entries or
+  // without; the captions, and the Edit menu popping up on a right click in the list.
+  void managerWithoutSelectionCaptionsAndMenu() {
     for (const QStringList& names : {QStringList{"Alpha", "Beta"}, QStringList{}}) {
       Modems modems = Directory(names);
       ScriptedNotices notices;
@@ -167,31 +168,24 @@ class ModemDialogsTest : public QObject {
       dialog.cmdRemove_Click(), dialog.cmdProps_Click(), dialog.cmdOK_Click();
       QVERIFY(notices.said.isEmpty() && !dialog.Chosen() && dialog.result() != QDialog::Accepted);
       QCOMPARE(modems.Count(), int(names.size()));
+      QStringList captions = {dialog.windowTitle(), dialog.mnuEdit->title()};
+      for (const QAction* action : dialog.mnuEdit->actions())
+        if (!action->isSeparator()) captions << action->text();
+      for (const QPushButton* b : {dialog.cmdOK, dialog.cmdCancel, dialog.cmdAdd, dialog.cmdRemove, dialog.cmdProps})
+        captions << b->text();
+      QCOMPARE(captions.join("|"), "Select Modem|&Edit|&Add New Modem|&Remove Modem|&Edit Modem Properties|&Done|"
+                                   "OK|Cancel|Add Modem|Remove Modem|Properties");
+      dialog.show();
+      QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+      bool shown = false;
+      QTimer::singleShot(50, &dialog, [&] {
+        shown = QApplication::activePopupWidget() == dialog.mnuEdit;
+        dialog.mnuEdit->close();
+      });
+      // Through the window, as the platform delivers it, so that the press becomes a context menu request.
+      QTest::mousePress(dialog.windowHandle(), Qt::RightButton, {}, dialog.listModems->mapTo(&dialog, QPoint(8, 8)));
+      QVERIFY(shown);
     }
-  }
-
-  // The captions, and the Edit menu popping up on a right click in the list.
-  void managerCaptionsAndMenu() {
-    Modems modems = Directory({"Alpha"});
-    ScriptedNotices notices;
-    frmModemSelect dialog(modems, notices, {});
-    QStringList captions = {dialog.windowTitle(), dialog.mnuEdit->title()};
-    for (const QAction* action : dialog.mnuEdit->actions())
-      if (!action->isSeparator()) captions << action->text();
-    for (const QPushButton* b : {dialog.cmdOK, dialog.cmdCancel, dialog.cmdAdd, dialog.cmdRemove, dialog.cmdProps})
-      captions << b->text();
-    QCOMPARE(captions.join("|"), "Select Modem|&Edit|&Add New Modem|&Remove Modem|&Edit Modem Properties|&Done|"
-                                 "OK|Cancel|Add Modem|Remove Modem|Properties");
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    bool shown = false;
-    QTimer::singleShot(50, &dialog, [&] {
-      shown = QApplication::activePopupWidget() == dialog.mnuEdit;
-      dialog.mnuEdit->close();
-    });
-    // Through the window, as the platform delivers it, so that the press becomes a context menu request.
-    QTest::mousePress(dialog.windowHandle(), Qt::RightButton, {}, dialog.listModems->mapTo(&dialog, QPoint(8, 8)));
-    QVERIFY(shown);
   }
 };
 
