@@ -17,6 +17,7 @@ Usage: measure_reference.py BINARY DATA TOOLS"""
 
 import math
 import os
+import re
 import struct
 import subprocess
 import sys
@@ -24,6 +25,9 @@ import tempfile
 
 FREQUENCIES = ("PeakFrequency", "CentreFrequency", "OccupiedBandwidth")
 HEADER = "Band,Points,ChannelPower,PeakFrequency,PeakLevel,CentreFrequency,OccupiedBandwidth,NoiseDensity,CN"
+# Frequencies with six decimals, levels with three, the point count whole; noise figures may be empty.
+FORMAT = re.compile(r"-?\d+\.\d{6}--?\d+\.\d{6},\d+,(-?\d+\.\d{3}),(-?\d+\.\d{6}),(-?\d+\.\d{3}),"
+                    r"(-?\d+\.\d{6}),(\d+\.\d{6}),((-?\d+\.\d{3}),(-?\d+\.\d{3}|below noise)|,)$")
 SET_OF_TRACE = {"current": "scaled", "previous": "scaled", "videoaverage": "videoaverage", "peakhold": "peakhold"}
 
 
@@ -113,6 +117,8 @@ class Checker:
         for (low, high), line in zip(bands, lines[1:-1]):
             got = dict(zip(HEADER.split(","), line.split(",")))
             want = figures(points, low, high)
+            if not FORMAT.match(line):
+                fail("line %r is not written as the table's format says" % line)
             if got["Band"] != "%.6f-%.6f" % (low, high) or int(got["Points"]) != want["Points"]:
                 fail("line %r, expected %d points" % (line, want["Points"]))
                 continue

@@ -156,7 +156,8 @@ class CarrierFiguresTest : public QObject {
   }
 
   // Gaussian I/Q noise through the real update: the mean power of a bin is the windowed
-  // samples' power summed (Parseval), which the update leaves in the sample arrays.
+  // samples' power summed (Parseval), which the update leaves in the sample arrays. With
+  // nothing but noise the estimate holds to half a dB.
   void automaticNoiseOnACapturedTrace() {
     std::mt19937 random(7);
     std::normal_distribution<double> gauss(0.0, 4.0);
@@ -175,7 +176,7 @@ class CarrierFiguresTest : public QObject {
                  double(state.Capture.SampleQ[n]) * state.Capture.SampleQ[n];
     const std::optional<double> n = EstimateNoiseDensity(MeasuredTrace(state.Traces, kCurrentTrace, 1.0f), {75.0, 78.0});
     QVERIFY(n.has_value());
-    QVERIFY2(std::fabs(Db(*n) - Db(density)) < 1.0, qPrintable(QString("%1 %2").arg(Db(*n)).arg(Db(density))));
+    QVERIFY2(std::fabs(Db(*n) - Db(density)) < 0.5, qPrintable(QString("%1 %2").arg(Db(*n)).arg(Db(density))));
   }
 
   void peakRowsGiveTheLevelAboveTheNoise() {
