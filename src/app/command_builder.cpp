@@ -59,17 +59,20 @@ QAction* CommandSet::NewAction(QWidget* owner, Command command, int index, const
   return action;
 }
 
+QAction* CommandSet::NewButton(QWidget* owner, const CommandRow& row) {
+  QAction* action = NewAction(owner, row.Id, 0, row.ToolTip);
+  action->setIcon(ProjectIcon(row.Image));
+  action->setObjectName(row.Key);
+  action->setToolTip(row.ToolTip);
+  action->setCheckable(row.Style == ButtonStyle::Toggle);
+  return action;
+}
+
 void CommandSet::Build(QMainWindow* window, QToolBar* cursorBar, QWidget* thresholdBox, CommandHandlers handlers) {
   handlers_ = std::move(handlers);
   BuildMainToolbar(window, thresholdBox);
-  for (size_t c = Place(kFirstCursorButton); c < Place(kFirstMenuEntry); ++c) {
-    const CommandRow& row = kCommands[c];
-    QAction* action = NewAction(cursorBar, row.Id, 0, row.ToolTip);
-    action->setIcon(ProjectIcon(row.Image));
-    action->setObjectName(row.Key);
-    action->setCheckable(row.Style == ButtonStyle::Toggle);
-    cursorBar->addAction(action);
-  }
+  for (size_t c = Place(kFirstCursorButton); c < Place(kFirstMenuEntry); ++c)
+    cursorBar->addAction(NewButton(cursorBar, kCommands[c]));
   cursorBar->setMinimumWidth(cursorBar->sizeHint().width());  // all three buttons, never the overflow arrow
   BuildMenus(window);
 }
@@ -94,11 +97,7 @@ void CommandSet::BuildMainToolbar(QMainWindow* window, QWidget* thresholdBox) {
       actions_[c][0]->setObjectName(row.Key);
       continue;
     }
-    QAction* action = NewAction(window, row.Id, 0, row.ToolTip);
-    action->setIcon(ProjectIcon(row.Image));
-    action->setObjectName(row.Key);
-    action->setToolTip(row.ToolTip);
-    action->setCheckable(row.Style == ButtonStyle::Toggle);
+    QAction* action = NewButton(window, row);
     if (row.Style == ButtonStyle::Indicator) {
       // A picture of the acquisition state; it takes no clicks.
       auto* lamp = new QToolButton(bar);

@@ -52,6 +52,8 @@ class CommandSet {
 
  private:
   QAction* NewAction(QWidget* owner, Command command, int index, const QString& text);
+  // A toolbar button's action: its picture, key, tool tip and check mark.
+  QAction* NewButton(QWidget* owner, const CommandRow& row);
   void BuildMainToolbar(QMainWindow* window, QWidget* thresholdBox);
   void BuildMenus(QMainWindow* window);
   void AddEntries(QMenu* menu, std::span<const MenuRow> rows);
