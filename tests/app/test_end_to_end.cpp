@@ -146,6 +146,9 @@ class EndToEndTest : public QObject {
     QVERIFY(again.w->CurrentSettings() == before);
     marksShow(*again.w, before);
     QCOMPARE(again.w->Entry("txtThreshold")->text(), QString("-42.500dB"));
+    // Moves by all points: the captions say so, and the entry offers peak points.
+    QCOMPARE(again.w->Action(Command::FirstPoint)->text() + ", " + again.w->Action(Command::ViewPeakPoint)->text(),
+             "Go to First (&Bottom) Point, Select &Move by Peak Points");
   }
 
   // Damaged files: every good value and unit survives a start and a close, far-off or huge
