@@ -25,6 +25,18 @@ namespace {
 constexpr int kIconSize = 64;
 constexpr int kTextWidth = 360;
 
+// A push button with its object name and caption; the default one answers Enter, the
+// others never take it over.
+QPushButton* NewPushButton(QWidget* parent, const char* name, const char* caption, bool isDefault) {
+  auto* button = new QPushButton(caption, parent);
+  button->setObjectName(name);
+  if (isDefault)
+    button->setDefault(true);
+  else
+    button->setAutoDefault(false);
+  return button;
+}
+
 constexpr const char* kDescription =
     "A live spectrum analyzer display for Tavrix satellite demodulators. Every three seconds it asks the "
     "unit for a fresh capture of its receive path over the network, transforms it and shows the current "
@@ -109,12 +121,8 @@ frmAbout::frmAbout(QWidget* parent) : QDialog(parent, kDialogFrameFlags) {
   texts->addWidget(rule);
   texts->addWidget(disclaimer);
 
-  auto* ok = new QPushButton("OK", this);
-  ok->setObjectName("cmdOK");
-  ok->setDefault(true);
-  auto* sysInfo = new QPushButton("System Info...", this);
-  sysInfo->setObjectName("cmdSysInfo");
-  sysInfo->setAutoDefault(false);
+  auto* ok = NewPushButton(this, "cmdOK", "OK", true);
+  auto* sysInfo = NewPushButton(this, "cmdSysInfo", "System Info...", false);
   connect(ok, &QPushButton::clicked, this, &frmAbout::accept);
   connect(sysInfo, &QPushButton::clicked, this, &frmAbout::cmdSysInfo_Click);
   auto* buttons = new QHBoxLayout;
@@ -147,12 +155,8 @@ void frmAbout::cmdSysInfo_Click() {
   view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
   view->setMinimumSize(view->fontMetrics().averageCharWidth() * 84, view->fontMetrics().height() * 14);
 
-  auto* copy = new QPushButton("Copy", &dialog);
-  copy->setObjectName("cmdCopy");
-  copy->setAutoDefault(false);
-  auto* close = new QPushButton("Close", &dialog);
-  close->setObjectName("cmdClose");
-  close->setDefault(true);
+  auto* copy = NewPushButton(&dialog, "cmdCopy", "Copy", false);
+  auto* close = NewPushButton(&dialog, "cmdClose", "Close", true);
   connect(copy, &QPushButton::clicked, &dialog, [text] { QGuiApplication::clipboard()->setText(text); });
   connect(close, &QPushButton::clicked, &dialog, &QDialog::accept);
   auto* buttons = new QHBoxLayout;

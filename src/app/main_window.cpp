@@ -74,8 +74,9 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   // hidden (a second update would window the same samples again).
   BuildEntryBoxes();
   ConnectPlotMouse();
-  cmdUpdate_ = new QPushButton("Update", this);
+  cmdUpdate_ = new QPushButton(this);
   cmdUpdate_->setObjectName("cmdUpdate");
+  cmdUpdate_->setText("Update");
   cmdUpdate_->hide();
 
   cycle_ = std::make_unique<AcquisitionCycle>(
