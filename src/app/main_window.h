@@ -198,6 +198,8 @@ class frmMain : public QMainWindow {
   void KeepNormalPlace();
   void LoadDirectory();
   void SaveDirectory();
+  // The unit at a place of the recent menu, 0 the newest; nullptr for an empty place.
+  const Modem* RecentModem(int place) const;
   void FillRecentMenu();
   void OnConnectFinished(bool connected);
   // The unit of the directory that is current and answering.

@@ -52,32 +52,28 @@ void frmMain::UpdateModems() {
   FillRecentMenu();
 }
 
-void frmMain::FillRecentMenu() {
+const Modem* frmMain::RecentModem(int place) const {
   // The recent array runs from the oldest of the ten to the newest; the menu shows the
   // newest at the top.
   int places = 0;
   while (places < kRecentModems && modems_.GetRecent(places + 1) != 0) ++places;
+  return place >= 0 && place < places ? modems_.WithIndex(modems_.GetRecent(places - place)) : nullptr;
+}
+
+void frmMain::FillRecentMenu() {
   for (int i = 0; i < kRecentModems; ++i) {
     QAction* item = Action(Command::CommSel, i);
-    const Modem* modem = i < places ? modems_.WithIndex(modems_.GetRecent(places - i)) : nullptr;
+    const Modem* modem = RecentModem(i);
     item->setCheckable(modem != nullptr);
-    if (modem != nullptr) {
-      item->setText(MenuCaption(modem->Name));
-      item->setData(Text(modem->Name));
-      item->setChecked(!outsideModem_ && SameName(modem->Name, currentModemName_));
-    } else {
-      item->setText(i == 0 ? kNoRecentModem : "");
-      item->setData(QVariant());
-    }
+    item->setText(modem != nullptr ? MenuCaption(modem->Name) : i == 0 ? kNoRecentModem : "");
+    if (modem != nullptr) item->setChecked(!outsideModem_ && SameName(modem->Name, currentModemName_));
     item->setEnabled(modem != nullptr);
-    item->setVisible(modem != nullptr || (i == 0 && places == 0));
+    item->setVisible(modem != nullptr || (i == 0 && RecentModem(0) == nullptr));
   }
 }
 
 void frmMain::mnuCommSel_Click(int index) {
-  const QAction* item = Action(Command::CommSel, index);
-  if (item == nullptr || !item->data().isValid()) return;
-  ChooseModem(item->data().toString().toStdString());
+  if (const Modem* modem = RecentModem(index)) ChooseModem(std::string(modem->Name));
 }
 
 void frmMain::ChooseModem(const std::string& name) {
