@@ -325,5 +325,6 @@ class RecordingTest : public QObject {
   }
 };
 
-TAVRIX_TEST_MAIN(QCoreApplication, Make<RecordingTest>)
+std::unique_ptr<QObject> NewReplayTest();
+TAVRIX_TEST_MAIN(QCoreApplication, Make<RecordingTest>, NewReplayTest)
 #include "test_recording.moc"
