@@ -11,6 +11,7 @@
 #include <QPrinter>
 #include <QProcess>
 
+#include "app/export_command.h"
 #include "app/version.h"
 #include "window_harness.h"
 
@@ -129,7 +130,10 @@ class EndToEndTest : public QObject {
       w.Action(Command::OptionsPalette, 1)->trigger();
       for (const Command c : {Command::OptionsSnap, Command::OptionsWindow, Command::OptionsPanel}) w.Action(c)->trigger();
       for (const Command c : {Command::CurrentTrace, Command::PeakHold, Command::LastTrace}) w.tbMain_ButtonClick(c);
-      w.ShowCaptureBlock(ReadBytes("blocks/noise_seed1234.bin"));
+      const std::string noise = ReadBytes("blocks/noise_seed1234.bin");
+      w.ShowCaptureBlock(noise);  // with the window option off: transformed unwindowed
+      QCOMPARE(FormatDataSet(DataSet::Transformed, w.Live().State),
+               FormatDataSet(DataSet::Transformed, ProcessBlocks({noise}, false, false, false).State));
       w.mnuViewCursor_Click(0);
       w.SelectPress(w.Live().View.CenterX(), -12.5f);
       w.comboPeakPoint_Click(0);
