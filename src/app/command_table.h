@@ -113,6 +113,7 @@ constexpr bool RowsInOrder() {
   return true;
 }
 static_assert(RowsInOrder(), "kCommands must list the commands in the order of Command");
+// The row of a single command; a family's entries have rows of their own tables.
 constexpr const CommandRow& RowOf(Command c) { return kCommands[static_cast<size_t>(c)]; }
 
 // The toolbar's image list, in order: a status picture is named by its 1-based place.

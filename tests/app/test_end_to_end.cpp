@@ -97,9 +97,9 @@ class EndToEndTest : public QObject {
           {Command::OptionsSnap, s.SnapToPoint}, {Command::OptionsWindow, s.WindowSpectrum},
           {Command::OptionsPanel, s.SelectionPanelOn}, {Command::ViewCursors, s.CursorDisplay},
           {Command::CurrentTrace, s.CurrentTrace}, {Command::PeakHold, s.PeakHold}, {Command::LastTrace, s.LastTrace},
-          {Command::VideoAverage, s.VideoAverage}, {Command::OptionsPalette, s.CurrentPalette == 0}};
+          {Command::VideoAverage, s.VideoAverage}};
       for (const auto& [command, on] : marks) QVERIFY2(w.Action(command)->isChecked() == on, RowOf(command).Key);
-      QVERIFY(w.Action(Command::OptionsPalette, 1)->isChecked() == (s.CurrentPalette == 1));
+      for (int p = 0; p < 2; ++p) QVERIFY(w.Action(Command::OptionsPalette, p)->isChecked() == (s.CurrentPalette == p));
     };
     ViewerSettings before;
     {
