@@ -7,7 +7,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#if defined(Q_OS_UNIX)
 #include <sys/stat.h>
+#endif
 
 #include <memory>
 #include <sstream>
@@ -45,7 +47,9 @@ class CommandLineTest : public QObject {
   void initTestCase() {
     QVERIFY(QDir::setCurrent(dir_.path()));
     QCOMPARE(WriteFileAtomically("big.bin", std::string(kMaxBlockFileBytes + 1, 'x')), "");  // larger than any block
+#if defined(Q_OS_UNIX)
     QCOMPARE(::mkfifo("fifo", 0600), 0);  // a reader would wait for a writer for ever
+#endif
   }
 
   void failuresAreOneLineAndWriteNothing_data() {
@@ -84,6 +88,7 @@ class CommandLineTest : public QObject {
         {"snapshot png without file", "snapshot --modem 127.0.0.1:1 --png", "--png"},
         {"snapshot stray word", "snapshot --modem 127.0.0.1:1 --save-block x.txt extra", "extra"}};
     for (const auto& [name, words, mentions] : rows) {
+      if (QString(words).contains("fifo") && !QFileInfo::exists("fifo")) continue;  // a system without FIFOs
       QStringList args = QString(words).split(' ', Qt::SkipEmptyParts);
       args.replaceInStrings("TONE", Block("tone_bin0005")).replaceInStrings("FOLDER", dir_.path());
       QTest::newRow(name) << args << QString(mentions).replace("FOLDER", dir_.path());

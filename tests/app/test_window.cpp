@@ -10,7 +10,6 @@
 #include <QScrollBar>
 #include <QTextDocument>
 
-#include <csignal>
 #include <cstring>
 #include <tuple>
 
@@ -193,6 +192,9 @@ class WindowTest : public QObject {
   }
 
   void demoUnitEndsWithTheViewerEvenAfterACrash() {
+#if !defined(Q_OS_LINUX)
+    QSKIP("finds the viewer's child through /proc");
+#endif
     QProcess viewer;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("QT_QPA_PLATFORM", "offscreen");
@@ -206,7 +208,7 @@ class WindowTest : public QObject {
     };
     qint64 simulator = 0;
     QTRY_VERIFY_WITH_TIMEOUT((simulator = child()) > 0, kWaitMs);
-    ::kill(static_cast<pid_t>(viewer.processId()), SIGKILL);
+    viewer.kill();  // no chance to stop its unit
     viewer.waitForFinished();
     QTRY_VERIFY_WITH_TIMEOUT(!Running(simulator), 3000);
   }
