@@ -7,6 +7,7 @@
 #include "app/export_command.h"
 #include "app/measure_command.h"
 #include "app/peaks_command.h"
+#include "app/record_command.h"
 #include "app/render_command.h"
 #include "app/snapshot_command.h"
 #include "app/version.h"
@@ -17,9 +18,12 @@ std::string UsageText() {
   return "Usage:\n"
          "  tavrix-spectrum [--demo]\n"
          "  tavrix-spectrum export --set SET [--window on|off] [--peak-hold] [--video-average]\n"
-         "                         --out FILE BLOCK...\n"
+         "                         [--from TIME] [--to TIME] --out FILE BLOCK|RECORDING...\n"
          "  tavrix-spectrum render --png FILE [--size WxH] [--scale 1|2] [--palette 0|1]\n"
          "                         [--window on|off] [--peak-hold] [--video-average] BLOCK...\n"
+         "  tavrix-spectrum render --waterfall --png FILE [--size WxH] [--scale 1|2] [--palette 0|1]\n"
+         "                         [--levels auto|LOW:HIGH] [--color-map perceptual|palette]\n"
+         "                         [--window on|off] [--from TIME] [--to TIME] RECORDING...\n"
          "  tavrix-spectrum peaks [--trace current|previous|videoaverage|peakhold] [--threshold DB]\n"
          "                        [--count N] [--window on|off] [--peak-hold] [--video-average] BLOCK...\n"
          "  tavrix-spectrum measure --band F1:F2 [--band F1:F2 ...] [--noise N1:N2 ...]\n"
@@ -27,7 +31,11 @@ std::string UsageText() {
          "                          [--window on|off] [--peak-hold] [--video-average] BLOCK...\n"
          "  tavrix-spectrum snapshot --modem ADDR[:PORT] [--save-block FILE] [--set SET --out FILE]\n"
          "                         [--png FILE] [--window on|off]\n"
+         "  tavrix-spectrum record --modem ADDR[:PORT] --out FILE [--name NAME] [--every SECONDS]\n"
+         "                         [--count N | --for DURATION]\n"
          "  tavrix-spectrum --help | --version\n"
+         "Wherever BLOCK... is taken, recordings may stand among the blocks, and --from TIME\n"
+         "and --to TIME pick their captures (see export).\n"
          "\n"
          "With no command the viewer opens: a live spectrum analyzer display of the unit in use.\n"
          "  --demo             start a simulated unit on this machine and show its live spectrum\n"
@@ -41,6 +49,14 @@ std::string UsageText() {
          "  --video-average    video average trace on from the first block\n"
          "  --out FILE         the data set file to write (replaced when it exists)\n"
          "  BLOCK...           capture block files; an empty file is skipped\n"
+         "  RECORDING          a recording (made by record or by the viewer) stands for its\n"
+         "                     captures, in the order they arrived; damaged ones are passed\n"
+         "                     over and counted in a line on stderr\n"
+         "  --from TIME, --to TIME  only the captures of each recording from and to these,\n"
+         "                     both included: 2026-11-25T06:00:00Z (UTC; seconds optional,\n"
+         "                     or an offset such as +01:00 for Z), 06:00:00 (that time of day,\n"
+         "                     UTC, on the day of the recording's first capture) or #N (the\n"
+         "                     N-th capture, #1 the first)\n"
          "\n"
          "render  Processes the blocks as export does and draws the plot as the viewer shows\n"
          "        it after the last capture, into a PNG file; no display is needed.\n"
@@ -49,6 +65,14 @@ std::string UsageText() {
          "  --scale 1|2        device pixel ratio: 2 draws twice as many pixels each way\n"
          "  --palette 0|1      0 the viewing colours (default), 1 the printing colours\n"
          "  --window, --peak-hold, --video-average, BLOCK...   as for export\n"
+         "  --waterfall        draw the waterfall of recordings instead: a row a capture,\n"
+         "                     newest at the top, as many as fit, across the band of the\n"
+         "                     last capture, with the times on the left\n"
+         "  --levels auto|LOW:HIGH  the levels of the first and last colour: the plot's\n"
+         "                     levels after the last capture (default), or from the rows\n"
+         "                     (auto), or given in dB\n"
+         "  --color-map perceptual|palette  dark blue to yellow (default), or from the\n"
+         "                     palette's background to its current-trace colour\n"
          "\n"
          "peaks   Processes the blocks as export does and prints the points the viewer's peak\n"
          "        moves visit going down from the highest: \"Point,Frequency,Level\", then a line\n"
@@ -95,13 +119,26 @@ std::string UsageText() {
          "  --png FILE         a picture of the capture, as render draws it\n"
          "  --window on|off    window the samples before the transform (default on)\n"
          "\n"
+         "record  Polls a live unit as the viewer does and adds every capture read, with\n"
+         "        its arrival time, to a recording, until the count or the time is reached,\n"
+         "        or until interrupted (Ctrl+C, SIGTERM); the file is whole whenever it ends.\n"
+         "        A poll that fails is one line on stderr, and the unit is asked again at\n"
+         "        the next interval.\n"
+         "  --modem ADDR[:PORT] the unit's address, as for snapshot\n"
+         "  --out FILE         the recording: created, or added to when it is one\n"
+         "  --name NAME        the unit's name in a new recording (default the address)\n"
+         "  --every SECONDS    from the start of one poll to the next (default 3; 0.1 to\n"
+         "                     a day, also as 90s, 15m, 2h); a longer poll skips a turn\n"
+         "  --count N          stop after N captures recorded\n"
+         "  --for DURATION     start no poll after this long: 90s, 15m, 2h\n"
+         "\n"
          "Errors print one line on stderr; the status is 1 when the work failed and 2 when\n"
          "the command line was refused.\n";
 }
 
 bool IsCommand(const std::vector<std::string>& args) {
-  static const std::set<std::string> kCommands = {"export",   "render", "peaks",  "measure", "snapshot",
-                                                  "help",     "--help", "-h",     "--version"};
+  static const std::set<std::string> kCommands = {"export", "render", "peaks", "measure", "snapshot",
+                                                  "record", "help",   "--help", "-h",     "--version"};
   return !args.empty() && kCommands.count(args[0]) > 0;
 }
 
@@ -147,6 +184,7 @@ int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std:
   if (command == "render") return RunSubcommand<RenderOptions>(command, rest, ParseRenderOptions, RunRender, out, err);
   if (command == "peaks") return RunSubcommand<PeaksOptions>(command, rest, ParsePeaksOptions, RunPeaks, out, err);
   if (command == "measure") return RunSubcommand<MeasureOptions>(command, rest, ParseMeasureOptions, RunMeasure, out, err);
+  if (command == "record") return RunSubcommand<RecordOptions>(command, rest, ParseRecordOptions, RunRecord, out, err);
   err << "tavrix-spectrum: unknown command \"" << command << "\" (see --help)\n";
   return 2;
 }

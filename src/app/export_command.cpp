@@ -1,10 +1,13 @@
 #include "app/export_command.h"
 
 #include <filesystem>
+#include <fstream>
+#include <memory>
 #include <ostream>
 
-#include "common/file_io.h"
 #include "app/option_reader.h"
+#include "common/file_io.h"
+#include "history/recording_reader.h"
 
 namespace tavrix {
 
@@ -51,6 +54,11 @@ bool TakeBlockProcessingWord(OptionReader& reader, BlockProcessing& blocks, std:
     problem = ParseWindowOption(reader, blocks.WindowSpectrum);
   } else if ((name == "--peak-hold" || name == "--video-average") && !reader.HasInlineValue()) {
     (name == "--peak-hold" ? blocks.PeakHold : blocks.VideoAverage) = true;
+  } else if (name == "--from" || name == "--to") {
+    std::string text;
+    problem = reader.TakeValue(text);
+    if (problem.empty()) problem = history::ParseCaptureBound(text, name == "--from" ? blocks.From : blocks.To);
+    if (!problem.empty()) problem = name + ": " + problem;
   } else {
     return false;
   }
@@ -78,17 +86,22 @@ std::string ParseExportOptions(const std::vector<std::string>& args, ExportOptio
   }
   if (!haveSet) return "--set is required (" + std::string(kSetNames) + ")";
   if (options.OutFile.empty()) return "--out FILE is required";
-  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file is required";
+  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file or recording is required";
   return {};
 }
 
-LiveSpectrum ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,
-                           bool videoAverage) {
+LiveSpectrum FreshSpectrum(bool peakHold, bool videoAverage) {
   LiveSpectrum live;
   Selection selection;
   live.State.Traces.TraceVisible[kCurrentTrace] = true;
   if (peakHold) SwitchTrace(live.State.Traces, selection, kPeakHoldTrace);
   if (videoAverage) SwitchTrace(live.State.Traces, selection, kVideoAverageTrace);
+  return live;
+}
+
+LiveSpectrum ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,
+                           bool videoAverage) {
+  LiveSpectrum live = FreshSpectrum(peakHold, videoAverage);
   for (const std::string& block : blocks) {
     // An empty read is never parsed: the acquisition cycle skips it.
     if (!block.empty()) live.ProcessBlock(block, windowSpectrum);
@@ -97,19 +110,89 @@ LiveSpectrum ProcessBlocks(const std::vector<std::string>& blocks, bool windowSp
   return live;
 }
 
-std::string ProcessBlockFiles(const BlockProcessing& blocks, LiveSpectrum& live) {
-  std::vector<std::string> contents(blocks.BlockFiles.size());
-  for (size_t i = 0; i < contents.size(); ++i) {
-    const std::string error = ReadFileCapped(blocks.BlockFiles[i], kMaxBlockFileBytes, contents[i]);
-    if (!error.empty()) return "cannot read capture block " + blocks.BlockFiles[i] + ": " + error;
+namespace {
+
+// One input of a command: a capture block's bytes, or a recording and the captures picked.
+struct CaptureSource {
+  std::string Path;
+  std::string Block;
+  std::unique_ptr<history::RecordingReader> Recording;
+  std::vector<size_t> Picked;
+};
+
+// A recording is told by its first bytes; a block never starts so (its header would also
+// have to carry a matching checksum to be read as one).
+bool StartsAsRecording(const std::string& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return false;
+  std::ifstream file(path, std::ios::binary);
+  std::string start(history::kFileMagic.size(), '\0');
+  return file.read(start.data(), static_cast<std::streamsize>(start.size())) && start == history::kFileMagic;
+}
+
+std::string LoadSource(const std::string& path, const BlockProcessing& blocks, CaptureSource& source) {
+  source.Path = path;
+  if (!StartsAsRecording(path)) {
+    const std::string error = ReadFileCapped(path, kMaxBlockFileBytes, source.Block);
+    return error.empty() ? error : "cannot read capture block " + path + ": " + error;
   }
-  live = ProcessBlocks(contents, blocks.WindowSpectrum, blocks.PeakHold, blocks.VideoAverage);
+  source.Recording = std::make_unique<history::RecordingReader>();
+  if (const std::string error = source.Recording->Open(path); !error.empty())
+    return "cannot read the recording " + path + ": " + error;
+  source.Picked = history::PickCaptures(source.Recording->Entries(), blocks.From, blocks.To);
+  if (source.Recording->Count() == 0) return "the recording " + path + " holds no capture";
+  if (source.Picked.empty())
+    return "none of the " + std::to_string(source.Recording->Count()) + " captures of the recording " + path +
+           " lies between --from and --to";
+  return {};
+}
+
+}  // namespace
+
+std::string ProcessBlockFiles(const BlockProcessing& blocks, LiveSpectrum& live, std::ostream& notes,
+                              const CaptureVisitor& visit) {
+  std::vector<CaptureSource> sources(blocks.BlockFiles.size());
+  bool anyRecording = false;
+  for (size_t i = 0; i < sources.size(); ++i) {
+    if (std::string error = LoadSource(blocks.BlockFiles[i], blocks, sources[i]); !error.empty()) return error;
+    anyRecording = anyRecording || sources[i].Recording != nullptr;
+  }
+  const bool ranged = blocks.From.Is != history::CaptureBound::Kind::Open || blocks.To.Is != history::CaptureBound::Kind::Open;
+  if (ranged && !anyRecording) return "--from and --to pick captures of a recording, and no recording was given";
+
+  live = FreshSpectrum(blocks.PeakHold, blocks.VideoAverage);
+  std::string block, problem;
+  auto process = [&](std::string_view bytes, std::optional<int64_t> timeMs) {
+    // An empty read is never parsed: the acquisition cycle skips it.
+    if (bytes.empty()) return true;
+    live.ProcessBlock(bytes, blocks.WindowSpectrum);
+    if (visit) problem = visit(live, timeMs);
+    return problem.empty();
+  };
+  for (CaptureSource& source : sources) {
+    if (!source.Recording) {
+      if (!process(source.Block, std::nullopt)) return problem;
+      continue;
+    }
+    size_t damaged = 0;
+    for (const size_t index : source.Picked) {
+      if (!source.Recording->Block(index, block)) {
+        ++damaged;
+      } else if (!process(block, source.Recording->Entry(index).TimeMs)) {
+        return problem;
+      }
+    }
+    if (damaged > 0)
+      notes << "tavrix-spectrum: " << damaged << " of the " << source.Picked.size() << " captures taken from "
+            << source.Path << " are damaged and were passed over\n";
+  }
+  live.View.PrepareRedraw();
   return {};
 }
 
 int RunExport(const ExportOptions& options, std::ostream& out, std::ostream& err) {
   LiveSpectrum live;
-  if (const std::string error = ProcessBlockFiles(options.Blocks, live); !error.empty()) {
+  if (const std::string error = ProcessBlockFiles(options.Blocks, live, err); !error.empty()) {
     err << "tavrix-spectrum: " << error << "\n";
     return 1;
   }

@@ -1,9 +1,13 @@
 #pragma once
+#include <cstdint>
+#include <functional>
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "dsp/data_set_export.h"
+#include "history/capture_range.h"
 #include "view/live_spectrum.h"
 
 namespace tavrix {
@@ -12,12 +16,14 @@ namespace tavrix {
 inline constexpr size_t kMaxBlockFileBytes = 1 << 20;
 
 // How the commands that read capture block files process them: as successive captures
-// in the viewer, with the window option and the two trace switches.
+// in the viewer, with the window option and the two trace switches. A recording given in
+// place of a block stands for its captures, those between --from and --to.
 struct BlockProcessing {
   bool WindowSpectrum = true;  // the stored default of the window option
   bool PeakHold = false;
   bool VideoAverage = false;
-  std::vector<std::string> BlockFiles;
+  std::vector<std::string> BlockFiles;  // capture block files and recordings, in order
+  history::CaptureBound From, To;
 };
 
 struct ExportOptions {
@@ -27,11 +33,18 @@ struct ExportOptions {
 };
 
 class OptionReader;
-// Takes the word the reader stands on when it is a block file, --window, --peak-hold or
-// --video-average: true when taken, with `problem` saying what is wrong with it.
+// Takes the word the reader stands on when it is a block file, --window, --peak-hold,
+// --video-average, --from or --to: true when taken, with `problem` saying what is wrong.
 bool TakeBlockProcessingWord(OptionReader& reader, BlockProcessing& blocks, std::string& problem);
-// Reads every block and processes them in order; an empty text, or what could not be read.
-std::string ProcessBlockFiles(const BlockProcessing& blocks, LiveSpectrum& live);
+
+// Called after each capture is processed, with its arrival time when it came from a
+// recording; a text stops the processing with that problem.
+using CaptureVisitor = std::function<std::string(const LiveSpectrum& live, std::optional<int64_t> timeMs)>;
+// Reads every block and indexes every recording first, then processes the captures in
+// order, a recording's one at a time. An empty text, or what could not be read. Captures
+// of a recording that are damaged are passed over, and `notes` is told how many.
+std::string ProcessBlockFiles(const BlockProcessing& blocks, LiveSpectrum& live, std::ostream& notes,
+                              const CaptureVisitor& visit = {});
 
 // The values of --set, --window and --trace; an empty text, or what is wrong.
 std::string ParseSetOption(OptionReader& reader, DataSet& set);
@@ -62,5 +75,7 @@ std::string ShownPath(const std::string& path);
 // skipped. The view is prepared as for a redraw.
 LiveSpectrum ProcessBlocks(const std::vector<std::string>& blocks, bool windowSpectrum, bool peakHold,
                            bool videoAverage);
+// A fresh live spectrum with the chosen trace switches on, before any capture.
+LiveSpectrum FreshSpectrum(bool peakHold, bool videoAverage);
 
 }  // namespace tavrix

@@ -48,13 +48,13 @@ std::string ParseMeasureOptions(const std::vector<std::string>& args, MeasureOpt
     return "--trace videoaverage needs --video-average, or the trace stays empty";
   if (options.Trace == kPeakHoldTrace && !options.Blocks.PeakHold)
     return "--trace peakhold needs --peak-hold, or the trace stays empty";
-  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file is required";
+  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file or recording is required";
   return {};
 }
 
 int RunMeasure(const MeasureOptions& options, std::ostream& out, std::ostream& err) {
   LiveSpectrum live;
-  if (const std::string error = ProcessBlockFiles(options.Blocks, live); !error.empty()) {
+  if (const std::string error = ProcessBlockFiles(options.Blocks, live, err); !error.empty()) {
     err << "tavrix-spectrum: " << error << "\n";
     return 1;
   }

@@ -30,13 +30,13 @@ std::string ParsePeaksOptions(const std::vector<std::string>& args, PeaksOptions
     }
     if (!problem.empty()) return problem;
   }
-  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file is required";
+  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file or recording is required";
   return {};
 }
 
 int RunPeaks(const PeaksOptions& options, std::ostream& out, std::ostream& err) {
   LiveSpectrum live;
-  if (const std::string error = ProcessBlockFiles(options.Blocks, live); !error.empty()) {
+  if (const std::string error = ProcessBlockFiles(options.Blocks, live, err); !error.empty()) {
     err << "tavrix-spectrum: " << error << "\n";
     return 1;
   }

@@ -3,6 +3,11 @@
 #include <QProcess>
 #include <QtGlobal>
 
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <thread>
+
 #if defined(__linux__)
 #include <signal.h>
 #include <sys/prctl.h>
@@ -38,6 +43,45 @@ bool DisplayAvailable() {
 #else
   return true;
 #endif
+}
+
+namespace {
+
+std::atomic<bool> stopRequested{false};
+
+extern "C" void NoteStopRequest(int signal) {
+  stopRequested.store(true);
+  // The next one is the system's: a second Ctrl+C ends a process that does not stop.
+  std::signal(signal, SIG_DFL);
+}
+
+constexpr int kStopSignals[] = {SIGINT, SIGTERM};
+// How often a wait looks at the flag: a stop is noticed within this.
+constexpr int64_t kWaitSliceMs = 20;
+
+}  // namespace
+
+StopRequests::StopRequests() {
+  stopRequested.store(false);
+  for (const int signal : kStopSignals) std::signal(signal, NoteStopRequest);
+}
+
+StopRequests::~StopRequests() {
+  for (const int signal : kStopSignals) std::signal(signal, SIG_DFL);
+}
+
+bool StopRequests::Requested() const { return stopRequested.load(); }
+
+const std::atomic<bool>* StopRequests::Flag() const { return &stopRequested; }
+
+bool StopRequests::Wait(int64_t ms) const {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+  while (!Requested()) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+    if (left.count() <= 0) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::min<int64_t>(left.count(), kWaitSliceMs)));
+  }
+  return false;
 }
 
 }  // namespace tavrix

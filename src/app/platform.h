@@ -1,5 +1,8 @@
 #pragma once
 // The few things the program does differently on each operating system.
+#include <atomic>
+#include <cstdint>
+
 class QProcess;
 
 namespace tavrix {
@@ -14,5 +17,22 @@ void EnsureRuntimeFolder();
 
 // True when a graphical session is reachable (on X11 and Wayland systems: a display is named).
 bool DisplayAvailable();
+
+// While one lives, an interrupt (Ctrl+C) or a termination request (SIGTERM, a service
+// stop) does not end the process: it is noted, and the work in progress ends at its next
+// safe point. A second one ends the process as the system would. One at a time.
+class StopRequests {
+ public:
+  StopRequests();
+  ~StopRequests();
+  StopRequests(const StopRequests&) = delete;
+  StopRequests& operator=(const StopRequests&) = delete;
+
+  bool Requested() const;
+  // Set by a request: for a network wait that should end early (FtpLimits::abort).
+  const std::atomic<bool>* Flag() const;
+  // Waits `ms` milliseconds, or less when a stop is requested; false when one was.
+  bool Wait(int64_t ms) const;
+};
 
 }  // namespace tavrix

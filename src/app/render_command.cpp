@@ -5,6 +5,7 @@
 #include <QImage>
 
 #include <charconv>
+#include <cmath>
 #include <memory>
 #include <ostream>
 #include <string_view>
@@ -13,6 +14,7 @@
 #include "app/option_reader.h"
 #include "app/platform.h"
 #include "common/file_io.h"
+#include "history/waterfall_image.h"
 #include "view/plot_renderer.h"
 
 namespace tavrix {
@@ -43,6 +45,75 @@ std::string ParseChoice(OptionReader& reader, int& value, int first, int second)
   return {};
 }
 
+// "auto", or "LOW:HIGH" in dB.
+std::string ParseLevelsOption(OptionReader& reader, RenderOptions& options) {
+  std::string text;
+  if (auto e = reader.TakeValue(text); !e.empty()) return e;
+  const size_t colon = text.find(':');
+  history::LevelLimits& given = options.GivenLevels;
+  if (text == "auto") {
+    options.LevelsFrom = RenderOptions::Levels::Automatic;
+  } else if (colon != std::string::npos && ReadNumber(text.substr(0, colon), given.Low) &&
+             ReadNumber(text.substr(colon + 1), given.High) && std::isfinite(given.Low) && std::isfinite(given.High) &&
+             given.Low < given.High) {
+    options.LevelsFrom = RenderOptions::Levels::Given;
+  } else {
+    return "--levels must be auto or two levels in dB as LOW:HIGH, the lower first, not \"" + text + "\"";
+  }
+  return {};
+}
+
+// Writes the picture as PNG (replacing the file once complete) and says where it went,
+// or why not. Returns the exit status.
+int WritePng(const QImage& image, const std::string& file, const char* what, std::ostream& out, std::ostream& err) {
+  QByteArray png;
+  QBuffer buffer(&png);
+  buffer.open(QIODevice::WriteOnly);
+  if (!image.save(&buffer, "PNG")) {
+    err << "tavrix-spectrum: the picture could not be encoded as PNG\n";
+    return 1;
+  }
+  const std::string error = WriteFileAtomically(file, std::string_view(png.constData(), static_cast<size_t>(png.size())));
+  if (!error.empty()) {
+    err << "tavrix-spectrum: could not write the picture " << file << ": " << error << ".\n";
+    return 1;
+  }
+  out << "Wrote a " << image.width() << "x" << image.height() << " picture of " << what << " to " << ShownPath(file)
+      << "\n";
+  return 0;
+}
+
+int RenderWaterfallPng(const RenderOptions& options, std::ostream& out, std::ostream& err) {
+  // No more rows than the picture has lines are kept.
+  history::WaterfallRows rows((static_cast<size_t>(options.Height) + 1) * (sizeof(history::WaterfallRow) + kPointCount));
+  LiveSpectrum live;
+  const std::string error =
+      ProcessBlockFiles(options.Blocks, live, err, [&rows](const LiveSpectrum& l, std::optional<int64_t> timeMs) {
+        if (!timeMs) return std::string("--waterfall draws the captures of recordings, and a capture block has no time");
+        rows.Add(history::MakeWaterfallRow(l.State.Traces, *timeMs));
+        return std::string();
+      });
+  if (!error.empty()) {
+    err << "tavrix-spectrum: " << error << "\n";
+    return 1;
+  }
+  EnsureGuiApplication();
+  const PlotScene plot = live.Scene();
+  history::WaterfallScene scene;
+  scene.Rows = &rows;
+  scene.View = plot.View;
+  scene.FreqScale = plot.FreqScale;
+  scene.CheckedDB = plot.CheckedDB;
+  scene.Colors = kDefaultPalettes[static_cast<size_t>(options.Palette)];
+  scene.Map = options.Map;
+  // As the plot shows levels after the last capture, unless told otherwise.
+  scene.Limits = {-double(plot.View.ScaleTop) - plot.View.ScaleHeight, -double(plot.View.ScaleTop)};
+  if (options.LevelsFrom == RenderOptions::Levels::Automatic) scene.Limits = history::AutomaticLimits(rows, rows.Count());
+  if (options.LevelsFrom == RenderOptions::Levels::Given) scene.Limits = options.GivenLevels;
+  const QImage image = history::RenderWaterfall(scene, QSize(options.Width, options.Height), options.Scale);
+  return WritePng(image, options.Png, "the waterfall", out, err);
+}
+
 }  // namespace
 
 std::string ParsePngOption(OptionReader& reader, std::string& file) {
@@ -71,6 +142,7 @@ std::string ParseSizeOption(OptionReader& reader, int& width, int& height) {
 }
 
 std::string ParseRenderOptions(const std::vector<std::string>& args, RenderOptions& options) {
+  std::string waterfallOnly;  // an option that only the waterfall takes
   OptionReader reader(args);
   while (reader.Next()) {
     const std::string& name = reader.Name();
@@ -85,13 +157,26 @@ std::string ParseRenderOptions(const std::vector<std::string>& args, RenderOptio
       problem = ParseChoice(reader, options.Scale, 1, 2);
     } else if (name == "--palette") {
       problem = ParseChoice(reader, options.Palette, 0, 1);
+    } else if (name == "--waterfall" && !reader.HasInlineValue()) {
+      options.Waterfall = true;
+    } else if (name == "--levels") {
+      problem = ParseLevelsOption(reader, options);
+      waterfallOnly = name;
+    } else if (name == "--color-map") {
+      std::string map;
+      problem = reader.TakeValue(map);
+      if (problem.empty() && map != "perceptual" && map != "palette")
+        problem = "--color-map must be perceptual or palette, not \"" + map + "\"";
+      options.Map = map == "palette" ? history::ColorMap::Palette : history::ColorMap::Perceptual;
+      waterfallOnly = name;
     } else {
       problem = "unknown option " + reader.Word();
     }
     if (!problem.empty()) return problem;
   }
   if (options.Png.empty()) return "--png FILE is required";
-  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file is required";
+  if (!waterfallOnly.empty() && !options.Waterfall) return waterfallOnly + " is for --waterfall";
+  if (options.Blocks.BlockFiles.empty()) return "at least one capture block file or recording is required";
   return {};
 }
 
@@ -100,27 +185,13 @@ int WritePlotPng(const LiveSpectrum& live, const std::string& file, int width, i
   EnsureGuiApplication();
   PlotScene scene = live.Scene();
   scene.Colors = kDefaultPalettes[static_cast<size_t>(palette)];
-  const QImage image = RenderPlot(scene, QSize(width, height), scale);
-  QByteArray png;
-  QBuffer buffer(&png);
-  buffer.open(QIODevice::WriteOnly);
-  if (!image.save(&buffer, "PNG")) {
-    err << "tavrix-spectrum: the picture could not be encoded as PNG\n";
-    return 1;
-  }
-  const std::string error = WriteFileAtomically(file, std::string_view(png.constData(), static_cast<size_t>(png.size())));
-  if (!error.empty()) {
-    err << "tavrix-spectrum: could not write the picture " << file << ": " << error << ".\n";
-    return 1;
-  }
-  out << "Wrote a " << image.width() << "x" << image.height() << " picture of the spectrum to " << ShownPath(file)
-      << "\n";
-  return 0;
+  return WritePng(RenderPlot(scene, QSize(width, height), scale), file, "the spectrum", out, err);
 }
 
 int RunRender(const RenderOptions& options, std::ostream& out, std::ostream& err) {
+  if (options.Waterfall) return RenderWaterfallPng(options, out, err);
   LiveSpectrum live;
-  if (const std::string error = ProcessBlockFiles(options.Blocks, live); !error.empty()) {
+  if (const std::string error = ProcessBlockFiles(options.Blocks, live, err); !error.empty()) {
     err << "tavrix-spectrum: " << error << "\n";
     return 1;
   }

@@ -27,7 +27,9 @@ std::string RecordingReader::Open(const std::string& path) {
   const size_t want = static_cast<size_t>(std::min<uint64_t>(size, 14 + 2 * kMaxNameBytes + 4));
   if (!ReadAt(0, want, start)) return "could not be read";
   const long headerBytes = DecodeFileHeader(start, header_);
-  if (headerBytes < 0) return "not a recording of this program";
+  if (headerBytes < 0)
+    return start.starts_with(kFileMagic) ? "its header is damaged, or it was written by a later version"
+                                         : "not a recording of this program";
   if (headerBytes == 0) return "its header is incomplete";
   scanFrom_ = static_cast<uint64_t>(headerBytes);
   Refresh();

@@ -185,8 +185,8 @@ class RecordingTest : public QObject {
         {"TAVRXRE", "its header is incomplete"},
         {"hello world, this is text", "not a recording of this program"},
         {whole.substr(0, 11), "its header is incomplete"},
-        {std::string(whole).replace(8, 1, "\x02"), "not a recording of this program"},
-        {std::string(whole).replace(15, 1, "?"), "not a recording of this program"},
+        {std::string(whole).replace(8, 1, "\x02"), "its header is damaged, or it was written by a later version"},
+        {std::string(whole).replace(15, 1, "?"), "its header is damaged, or it was written by a later version"},
     };
     for (const auto& [bytes, reason] : notRecordings) {
       PutFileBytes(path, bytes);
@@ -325,6 +325,6 @@ class RecordingTest : public QObject {
   }
 };
 
-std::unique_ptr<QObject> NewReplayTest();
-TAVRIX_TEST_MAIN(QCoreApplication, Make<RecordingTest>, NewReplayTest)
+std::unique_ptr<QObject> NewReplayTest(), NewWaterfallTest(), NewRecordingInputsTest();
+TAVRIX_TEST_MAIN(QGuiApplication, Make<RecordingTest>, NewReplayTest, NewWaterfallTest, NewRecordingInputsTest)
 #include "test_recording.moc"
