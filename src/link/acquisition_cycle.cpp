@@ -2,6 +2,8 @@
 
 #include <QMetaObject>
 
+#include "link/link_thread.h"
+
 namespace tavrix {
 
 namespace {
@@ -42,7 +44,8 @@ class AcquisitionCycle::ForwardingNotices : public Notices {
 };
 
 AcquisitionCycle::AcquisitionCycle(Notices& notices, ModemLookup currentModem, BlockSink processBlock,
-                                   CycleTiming timing, FtpLimits limits, QObject* parent)
+                                   CycleTiming timing, FtpLimits limits, std::unique_ptr<LinkRunner> link,
+                                   QObject* parent)
     : QObject(parent),
       notices_(notices),
       currentModem_(std::move(currentModem)),
@@ -59,29 +62,51 @@ AcquisitionCycle::AcquisitionCycle(Notices& notices, ModemLookup currentModem, B
   connect(&timerStatus_, &QTimer::timeout, this, &AcquisitionCycle::timerStatus_Timer);
   limits.abort = &abortConnect_;
   linkSide_ = std::make_unique<LinkSide>(linkNotices_.get(), limits);
-  linkThread_ = std::make_unique<LinkThread>();
+  link_ = link ? std::move(link) : std::make_unique<LinkThread>();
 }
 
 AcquisitionCycle::~AcquisitionCycle() {
   // Leaving the window releases the client; an attempt in progress is cut short.
   abortConnect_ = true;
   LinkSide* side = linkSide_.get();
-  linkThread_->Post([side] { side->Release(); });
-  linkThread_.reset();
+  link_->Post([side] { side->Release(); });
+  link_->Finish();
 }
 
 template <typename Result>
-void AcquisitionCycle::OnLink(std::function<Result(LinkSide&)> work, std::function<void(Result)> done) {
+void AcquisitionCycle::OnLink(std::function<Result(LinkSide&)> work, std::function<void(Result)> done,
+                              bool releases) {
   LinkSide* side = linkSide_.get();
-  linkThread_->Post([this, side, work = std::move(work), done = std::move(done)] {
-    Result result = work(*side);
-    QMetaObject::invokeMethod(this, [done, result] { done(result); }, Qt::QueuedConnection);
+  if (!releases || timing_.releaseWaitMs <= 0) {
+    link_->Post([this, side, work = std::move(work), done = std::move(done)] {
+      Result result = work(*side);
+      QMetaObject::invokeMethod(this, [done, result] { done(result); }, Qt::QueuedConnection);
+    });
+    return;
+  }
+  // Work that releases the client answers after the pause, as a client that pauses itself does.
+  auto result = std::make_shared<Result>();
+  link_->Post([side, result, work = std::move(work)] { *result = work(*side); });
+  link_->Pause(timing_.releaseWaitMs);
+  link_->Post([this, result, done = std::move(done)] {
+    QMetaObject::invokeMethod(this, [done, result] { done(*result); }, Qt::QueuedConnection);
   });
 }
 
 void AcquisitionCycle::ReleaseClient() {
   LinkSide* side = linkSide_.get();
-  linkThread_->Post([side] { side->Release(); });
+  link_->Post([side] { side->Release(); });
+  link_->Pause(timing_.releaseWaitMs);
+}
+
+void AcquisitionCycle::ArmPoll() {
+  if (timing_.unattended && timerPoll_.isActive()) return;
+  timerPoll_.start();
+}
+
+void AcquisitionCycle::Failed(TickStep step, const std::string& why) {
+  tick_.Failed = step;
+  tick_.Why = why;
 }
 
 // Whatever shows the start caption also leaves updates stopped, so that the caption, the
@@ -154,14 +179,19 @@ void AcquisitionCycle::Connect(bool showStatus, bool noPolling, uint64_t tick, T
     if (showStatus) ShowStatus("Attempting connection to " + modem->Name + " (<Ctrl>S to Abort)...");
     abortConnect_ = false;
     const std::string address = modem->Address;
-    OnLink<std::pair<bool, bool>>(
+    struct Attempt {
+      bool connected = false, aborted = false;
+      std::string why;
+    };
+    OnLink<Attempt>(
         [address, this](LinkSide& link) {
           const bool connected = link.Connect(address);
-          return std::make_pair(connected, !connected && abortConnect_.load());
+          return Attempt{connected, !connected && abortConnect_.load(), link.LastError()};
         },
-        [=, this](std::pair<bool, bool> result) {
+        [=, this](Attempt result) {
           if (Superseded(attempt)) return;
-          FinishConnect(result.first, result.second, *modem, showStatus, noPolling, tick, then);
+          if (!result.connected) Failed(TickStep::Connect, result.why);
+          FinishConnect(result.connected, result.aborted, *modem, showStatus, noPolling, tick, then);
         });
   });
 }
@@ -179,7 +209,7 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
     // A poll that was stopped while this connection was under way leaves polling off.
     if (!noPolling && !Stale(tick)) {
       display_.StatusPicture = kImageGreen;
-      timerPoll_.start();
+      ArmPoll();
       display_.StopGoPressed = false;
       display_.StopGoImage = kImageGreen;
       stopped_ = false;
@@ -201,7 +231,14 @@ void AcquisitionCycle::FinishConnect(bool connected, bool aborted, const ModemIn
     if (!Connected())
       notices_.Ask(CannotConnectText(modem), "Cannot Connect To Server", MessageButtons::Ok, MessageIcon::Critical);
     ReleaseClient();
-    SetNotPolling();
+    if (timing_.unattended) {
+      // No one is there to start the updates again: the unit is tried at every poll.
+      unit_ = UnitLink::Retrying;
+      ResumePolling();
+      if (!noPolling) ArmPoll();
+    } else {
+      SetNotPolling();
+    }
   }
   connecting_ = false;
   Changed();
@@ -249,10 +286,18 @@ void AcquisitionCycle::RequestStep(std::function<void(bool)> then) {
     return;
   }
   state_.RequestBusy = true;
-  OnLink<bool>([](LinkSide& link) { return link.Request(); }, [this, then](bool written) {
-    state_.RequestBusy = false;
-    then(written);
-  });
+  using Written = std::pair<bool, std::string>;
+  OnLink<Written>(
+      [](LinkSide& link) {
+        const bool written = link.Request();
+        return Written{written, link.LastError()};
+      },
+      [this, then](Written result) {
+        state_.RequestBusy = false;
+        if (!result.first) Failed(TickStep::Request, result.second);
+        then(result.first);
+      },
+      true);
 }
 
 void AcquisitionCycle::FetchStep(std::function<void(bool)> then) {
@@ -262,7 +307,12 @@ void AcquisitionCycle::FetchStep(std::function<void(bool)> then) {
   }
   state_.FetchBusy = true;
   const uint64_t attempt = connectGeneration_;
-  OnLink<FetchOutcome>([](LinkSide& link) { return link.Fetch(); }, [this, then, attempt](FetchOutcome outcome) {
+  using Fetched = std::pair<FetchOutcome, std::string>;
+  OnLink<Fetched>([](LinkSide& link) {
+    FetchOutcome outcome = link.Fetch();
+    return Fetched{std::move(outcome), link.LastError()};
+  }, [this, then, attempt](Fetched fetched) {
+    FetchOutcome& outcome = fetched.first;
     if (Superseded(attempt)) {
       // Read from the unit left behind: neither shown nor taken for a lost connection.
       state_.FetchBusy = false;
@@ -270,18 +320,21 @@ void AcquisitionCycle::FetchStep(std::function<void(bool)> then) {
       return;
     }
     if (!outcome.opened) {
+      Failed(TickStep::Fetch, fetched.second);
       FetchNotOpened(then);
       return;
     }
     state_.LastReadRequest = outcome.requestedSize;
     // What arrived is shown as always; the operator is told that it was not all.
     if (const std::string shortfall = Shortfall(outcome); !shortfall.empty()) {
+      tick_.Shortfall = shortfall;
       ShowStatus("Short capture received (" + shortfall + ")");
       timerStatus_.start();
     }
     // An empty read is no capture: nothing is parsed, but the fetch still counts.
     if (!outcome.block.empty()) {
       state_.RawBlock = std::move(outcome.block);
+      tick_.Captured = true;
       state_.LeadWord = processBlock_(state_.RawBlock);
       emit blockProcessed();
     }
@@ -341,14 +394,20 @@ void AcquisitionCycle::ResumePolling() {
 // ---- the poll tick -----------------------------------------------------------------
 
 void AcquisitionCycle::timerPoll_Timer() {
-  timerPoll_.stop();
-  if (TickInProgress()) return;  // the tick under way re-arms the timer when it ends
+  if (!timing_.unattended) timerPoll_.stop();
+  if (TickInProgress()) {
+    // The tick under way re-arms the timer when it ends; an unattended timer runs on.
+    if (timing_.unattended) emit pollMissed();
+    return;
+  }
   StartTick();
 }
 
 void AcquisitionCycle::StartTick() {
   const uint64_t tick = ++tickGeneration_;
   runningTick_ = tick;
+  tick_ = TickReport{};
+  tick_.Started = std::chrono::steady_clock::now();
   RequestStep([this, tick](bool written) {
     if (Stale(tick)) {
       EndTick(tick);
@@ -405,7 +464,7 @@ void AcquisitionCycle::KeepConnection(uint64_t tick) {
 
 void AcquisitionCycle::EndTick(uint64_t tick) {
   // A tick that was stopped while it ran leaves the newer state as it stands.
-  if (!Stale(tick) && !singleStep_ && !stopped_) timerPoll_.start();
+  if (!Stale(tick) && !singleStep_ && !stopped_) ArmPoll();
   if (runningTick_ == tick) {  // no newer tick has started: the single step is over
     runningTick_ = 0;
     singleStep_ = false;

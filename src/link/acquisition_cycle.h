@@ -3,6 +3,7 @@
 #include <QTimer>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -12,7 +13,7 @@
 #include "common/notices.h"
 #include "link/ftp_server.h"
 #include "link/link_side.h"
-#include "link/link_thread.h"
+#include "link/link_runner.h"
 
 namespace tavrix {
 
@@ -66,6 +67,25 @@ struct CycleTiming {
   int connectionMs = 500;   // timerConnection, one shot
   int statusMs = 5000;      // timerStatus, one shot
   int requestWaitMs = 200;  // between the capture request and the read
+  // A pause after each release of the client that holds the unit's next step back without
+  // holding a link thread; the viewer's client pauses itself instead (FtpLimits).
+  int releaseWaitMs = 0;
+  // No operator watches: polls keep a fixed rate, a poll that comes due while the one before
+  // still runs is skipped and reported (pollMissed), and a unit that cannot be reached is
+  // told once and then tried again at every poll instead of stopping the updates.
+  bool unattended = false;
+};
+
+// The step of a tick that failed last, for the counters of an unattended cycle.
+enum class TickStep { None, Connect, Request, Fetch };
+
+// What the last tick came to.
+struct TickReport {
+  std::chrono::steady_clock::time_point Started;
+  bool Captured = false;              // a non-empty block was read and handed on
+  TickStep Failed = TickStep::None;   // the last step that failed, if any
+  std::string Why;                    // the client's words for it ("connection refused")
+  std::string Shortfall;              // how the block fell short of a whole capture, if it did
 };
 
 // Connects to the selected unit and, on every poll, requests a capture, reads it and
@@ -80,8 +100,9 @@ class AcquisitionCycle : public QObject {
   // Parses the block and runs the spectrum update; returns the block's lead word.
   using BlockSink = std::function<uint16_t(const std::string& block)>;
 
+  // The network steps run on `link`, a link thread of the cycle's own when none is given.
   AcquisitionCycle(Notices& notices, ModemLookup currentModem, BlockSink processBlock, CycleTiming timing = {},
-                   FtpLimits limits = {}, QObject* parent = nullptr);
+                   FtpLimits limits = {}, std::unique_ptr<LinkRunner> link = nullptr, QObject* parent = nullptr);
   ~AcquisitionCycle() override;
 
   // Start-up: arms timerConnection, whose single tick makes the first connection. With
@@ -99,6 +120,12 @@ class AcquisitionCycle : public QObject {
   void SingleStep_Click();
   // Ctrl+S: ends a connection attempt in progress; updates stay stopped.
   void AbortConnection();
+  // The cycle is about to be destroyed: the network step under way ends at once, so that
+  // many cycles can be let go together without waiting for each other's steps.
+  void Abandon() {
+    timerPoll_.stop();
+    abortConnect_ = true;
+  }
   // The window's current unit changed (chosen, removed): what the display offers follows.
   void CurrentModemChanged() { Changed(); }
   // (Re)starts timerStatus, which clears the "Status" notice when it runs out; the window's
@@ -112,6 +139,7 @@ class AcquisitionCycle : public QObject {
 
   const AcquisitionDisplay& Display() const { return display_; }
   const LinkState& State() const { return state_; }
+  const TickReport& LastTick() const { return tick_; }
   // The unit answered a connection and the operator has not given it up since.
   bool Connected() const {
     return unit_ == UnitLink::Reached || unit_ == UnitLink::LostAsked || unit_ == UnitLink::Retrying;
@@ -130,6 +158,7 @@ class AcquisitionCycle : public QObject {
   void connectFinished(bool connected);
   void tickFinished();
   void blockProcessed();
+  void pollMissed();  // unattended: a poll came due while the tick before it still ran
 
  private:
   using Then = std::function<void(bool connected)>;
@@ -154,10 +183,13 @@ class AcquisitionCycle : public QObject {
   void StopPolling();    // polling off, and the controls and pictures showing it
   void Halt();           // the operator's stop: also ends the tick under way
   void Changed();        // derives what depends on the state, then tells the window
+  void ArmPoll();        // the poll timer on; an unattended one keeps its rate
+  void Failed(TickStep step, const std::string& why);
 
   // Runs `work` on the link thread and `done` with its result back on this thread.
   template <typename Result>
-  void OnLink(std::function<Result(LinkSide&)> work, std::function<void(Result)> done);
+  // `releases`: the work releases the client, so its answer waits for the release pause.
+  void OnLink(std::function<Result(LinkSide&)> work, std::function<void(Result)> done, bool releases = false);
   void ReleaseClient();
 
   Notices& notices_;
@@ -167,6 +199,7 @@ class AcquisitionCycle : public QObject {
   QTimer timerPoll_, timerConnection_, timerStatus_;
   AcquisitionDisplay display_;
   LinkState state_;
+  TickReport tick_;
   UnitLink unit_ = UnitLink::Unreached;
   // The operator's choice, apart from the unit: updates may be stopped with the unit in any state.
   bool stopped_ = true;
@@ -182,8 +215,8 @@ class AcquisitionCycle : public QObject {
   class ForwardingNotices;
   std::unique_ptr<ForwardingNotices> linkNotices_;
   std::atomic<bool> abortConnect_{false};
-  std::unique_ptr<LinkSide> linkSide_;      // used on the link thread only
-  std::unique_ptr<LinkThread> linkThread_;  // declared last: stopped first
+  std::unique_ptr<LinkSide> linkSide_;  // used on the link runner only
+  std::unique_ptr<LinkRunner> link_;    // declared last: finished first
 };
 
 }  // namespace tavrix

@@ -11,13 +11,19 @@ LinkThread::LinkThread() : context_(new QObject) {
   thread_.start();
 }
 
-LinkThread::~LinkThread() {
-  thread_.quit();
-  thread_.wait();
-}
+LinkThread::~LinkThread() { Finish(); }
 
 void LinkThread::Post(std::function<void()> work) {
   QMetaObject::invokeMethod(context_, std::move(work), Qt::QueuedConnection);
+}
+
+void LinkThread::Pause(int ms) {
+  Post([ms] { QThread::msleep(static_cast<unsigned long>(ms)); });
+}
+
+void LinkThread::Finish() {
+  thread_.quit();
+  thread_.wait();
 }
 
 }  // namespace tavrix

@@ -4,17 +4,21 @@
 
 #include <functional>
 
+#include "link/link_runner.h"
+
 namespace tavrix {
 
 // The link thread: runs posted work in order, one item at a time, off the UI thread.
-class LinkThread {
+class LinkThread : public LinkRunner {
  public:
   LinkThread();
-  ~LinkThread();  // finishes the item in progress (bounded by the client's time-outs)
+  ~LinkThread() override;  // finishes the item in progress (bounded by the client's time-outs)
   LinkThread(const LinkThread&) = delete;
   LinkThread& operator=(const LinkThread&) = delete;
 
-  void Post(std::function<void()> work);
+  void Post(std::function<void()> work) override;
+  void Pause(int ms) override;  // the thread sleeps: it serves this one cycle alone
+  void Finish() override;
 
  private:
   QThread thread_;

@@ -2,13 +2,16 @@
 // step with each fault, stop and start, and a stalled unit. Each case states every control.
 #include <QtTest>
 
+#include <atomic>
 #include <memory>
+#include <thread>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "dsp/capture_block.h"
 #include "link/acquisition_cycle.h"
+#include "link/link_pool.h"
 #include "link/loopback_peers.h"
 #include "link/recording_notices.h"
 #include "link/simulator_process.h"
@@ -244,6 +247,93 @@ class AcquisitionCycleTest : public QObject {
     QCOMPARE(done.size(), 1);
     QVERIFY(h.Shown().startsWith("stopped pressed step connected"));
     QCOMPARE(QList<int>({sim.Count("STOR capt_spec:"), sim.Count("CONNECT")}), QList<int>({1, 2}));
+  }
+
+  // Many strands on a few threads: each strand's work in order and one item at a time, a
+  // pause holding no thread, and a finished strand running nothing more.
+  void poolStrandsKeepOrderAndPausesHoldNoThread() {
+    LinkPool pool(3);
+    std::atomic<int> overlaps{0};
+    std::vector<std::vector<int>> seen(4);
+    {
+      std::vector<std::unique_ptr<LinkRunner>> strands;
+      std::vector<std::atomic<int>> running(4);
+      for (int s = 0; s < 4; ++s) strands.push_back(pool.NewStrand());
+      for (int i = 0; i < 40; ++i)
+        for (int s = 0; s < 4; ++s)
+          strands[static_cast<size_t>(s)]->Post([&, s, i] {
+            if (running[static_cast<size_t>(s)]++ > 0) ++overlaps;
+            seen[static_cast<size_t>(s)].push_back(i);
+            std::this_thread::yield();
+            --running[static_cast<size_t>(s)];
+          });
+      std::atomic<bool> done{false};
+      strands[3]->Post([&] { done = true; });
+      QTRY_VERIFY_WITH_TIMEOUT(done.load(), kWaitMs);
+    }  // each strand finishes here: nothing of it runs afterwards
+    QCOMPARE(overlaps.load(), 0);
+    for (const std::vector<int>& order : seen) QVERIFY(order.size() == 40 && std::ranges::is_sorted(order));
+
+    LinkPool single(1);
+    auto paused = single.NewStrand(), other = single.NewStrand();
+    std::atomic<bool> afterPause{false}, otherRan{false};
+    paused->Pause(3600 * 1000);
+    paused->Post([&] { afterPause = true; });
+    other->Post([&] { otherRan = true; });
+    QTRY_VERIFY_WITH_TIMEOUT(otherRan.load(), kWaitMs);  // the one thread is free during the pause
+    paused->Finish();
+    QVERIFY(!afterPause);
+
+    std::atomic<bool> started{false}, go{false}, dropped{false};
+    other->Post([&] {
+      started = true;
+      while (!go) std::this_thread::yield();
+    });
+    other->Post([&] { dropped = true; });
+    QTRY_VERIFY_WITH_TIMEOUT(started.load(), kWaitMs);
+    std::thread release([&] {
+      QThread::msleep(50);
+      go = true;
+    });
+    other->Finish();  // waits for the item under way, drops the one behind it
+    release.join();
+    QVERIFY(!dropped);
+  }
+
+  // Unattended cycles on one pool: a unit that is not there is tried at every poll after one
+  // box; a stalled one misses its polls while the healthy one beside it misses none.
+  void unattendedCyclesOnAPool() {
+    START_SIMULATOR(healthy);
+    START_SIMULATOR(stalled, "--stall-transfer", "2.5");
+    LinkPool pool(2);
+    const CycleTiming timing{.pollMs = 1000, .connectionMs = 0, .requestWaitMs = 20, .releaseWaitMs = 20,
+                             .unattended = true};
+    const FtpLimits limits{.connectTimeoutMs = 2000, .transferTimeoutMs = 4000, .stallTimeoutMs = 2000,
+                           .releasePauseMs = 0};
+    struct Watched {
+      RecordingNotices notices;
+      std::unique_ptr<AcquisitionCycle> cycle;
+      int blocks = 0, missed = 0, ticks = 0;
+      TickReport last;
+    };
+    std::vector<std::unique_ptr<Watched>> units;
+    for (const std::string& address : {healthy.Address(), stalled.Address(), "127.0.0.1:" + std::to_string(FreePort())}) {
+      auto& w = *units.emplace_back(std::make_unique<Watched>());
+      const ModemInfo modem{"Sim", address};
+      w.cycle = std::make_unique<AcquisitionCycle>(
+          w.notices, [modem] { return std::optional(modem); },
+          [&w](const std::string&) { return uint16_t(++w.blocks); }, timing, limits, pool.NewStrand());
+      connect(w.cycle.get(), &AcquisitionCycle::pollMissed, [&w] { ++w.missed; });
+      connect(w.cycle.get(), &AcquisitionCycle::tickFinished, [&w] { ++w.ticks, w.last = w.cycle->LastTick(); });
+      w.cycle->Start();
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(units[1]->missed >= 2 && units[0]->ticks >= 5 && units[2]->ticks >= 3, 4 * kWaitMs);
+    QCOMPARE(units[0]->missed, 0);
+    QVERIFY(units[0]->blocks >= 5 && units[0]->last.Captured && units[0]->last.Failed == TickStep::None);
+    QVERIFY(units[1]->blocks >= 1 && !units[1]->last.Shortfall.empty());
+    QVERIFY(!units[2]->cycle->Stopped() && units[2]->cycle->PollEnabled());
+    QVERIFY(units[2]->last.Failed == TickStep::Connect && units[2]->last.Why == "connection refused");
+    QCOMPARE(units[2]->notices.boxes.size(), size_t(1));
   }
 };
 

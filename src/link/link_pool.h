@@ -1,0 +1,60 @@
+#pragma once
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "link/link_runner.h"
+
+namespace tavrix {
+
+// A few link threads shared by many acquisition cycles. Each cycle posts to a strand of its
+// own: a strand's work runs in order, one item at a time, on whichever thread is free, so a
+// unit's steps keep their order while a slow unit holds one thread and delays only its own
+// strand. A strand's pause holds no thread. Strands are served in turn, so none starves.
+class LinkPool {
+ public:
+  explicit LinkPool(int threads);
+  ~LinkPool();  // every strand must have been finished (destroyed) before
+  LinkPool(const LinkPool&) = delete;
+  LinkPool& operator=(const LinkPool&) = delete;
+
+  std::unique_ptr<LinkRunner> NewStrand();
+  int Threads() const { return static_cast<int>(threads_.size()); }
+  // More threads for more units (called from the thread that made the pool).
+  void AddThreads(int count);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  struct Item {
+    std::function<void()> work;  // empty for a pause
+    int pauseMs = 0;
+  };
+  struct Queue {
+    std::deque<Item> items;
+    bool scheduled = false;  // waiting in ready_ or paused_, or running
+    bool running = false;
+    bool closed = false;
+  };
+  class Strand;
+
+  void Work();
+  void Post(const std::shared_ptr<Queue>& queue, Item item);
+  void Close(const std::shared_ptr<Queue>& queue);
+  void Schedule(const std::shared_ptr<Queue>& queue);  // with mutex_ held
+
+  std::mutex mutex_;
+  std::condition_variable wake_;  // work is ready, or a pause ends sooner
+  std::condition_variable idle_;  // an item has finished
+  std::deque<std::shared_ptr<Queue>> ready_;
+  std::multimap<Clock::time_point, std::shared_ptr<Queue>> paused_;
+  bool quit_ = false;
+  std::vector<std::thread> threads_;
+};
+
+}  // namespace tavrix
