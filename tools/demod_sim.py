@@ -20,8 +20,10 @@ EventLog) to stderr or to --log FILE.
 """
 
 import io
+import ipaddress
 import logging
 import os
+import random
 import signal
 import socket
 import stat
@@ -45,11 +47,11 @@ except ImportError:
 from pyftpdlib.filesystems import AbstractedFS, FilesystemError
 from pyftpdlib.handlers import ActiveDTP, DTPHandler, FTPHandler
 from pyftpdlib.authorizers import AuthenticationFailed, DummyAuthorizer
-from pyftpdlib.ioloop import RetryError
+from pyftpdlib.ioloop import IOLoop, RetryError
 from pyftpdlib.servers import FTPServer
 
 from simulated_capture import SignalModel, build_block, describe
-from sim_options import parse_arguments
+from sim_options import parse_arguments, unit_options
 
 SPECTRUM_NAME = "spectrum:"
 CAPTURE_NAME = "capt_spec:"
@@ -78,28 +80,56 @@ class EventLog:
       FORGED <addr>      a data connection is made from another address
     """
 
-    def __init__(self, stream):
-        self.stream = stream
+    def __init__(self, stream, prefix=""):
+        self.stream = stream  # None: no log is kept
+        self.prefix = prefix  # "U<n> " for the units of a rack
 
     def write(self, line):
-        self.stream.write(line + "\n")
+        if self.stream is None:
+            return
+        self.stream.write(self.prefix + line + "\n")
         self.stream.flush()
+
+
+class SampleSet:
+    """The captures of one signal model. For a rack, and with --capture-pool, they are
+    made at start and repeated in turn, so that a capture request costs nothing: Python
+    takes tens of milliseconds to make one, and a rack asks for hundreds a second."""
+
+    def __init__(self, seed, fading, pool_size):
+        self.model = SignalModel(seed, fading)
+        self.pool = [self.model.capture(n) for n in range(pool_size)]
+
+    def capture(self, number):
+        if self.pool:
+            return self.pool[number % len(self.pool)]
+        return self.model.capture(number)
+
+    @staticmethod
+    def for_rack(options):
+        """The sample sets of --units: the odd-numbered (1, 3, ...) fading through one whole
+        fade in their captures, the even-numbered steady."""
+        sets = []
+        for k in range(min(options.sample_sets, options.units)):
+            fading = k % 2 == 0
+            size = options.capture_pool
+            if not size:
+                size = max(1, round(SignalModel(options.seed + k, fading).fade_period)) if fading else 4
+            sets.append(SampleSet(options.seed + k, fading, size))
+        return sets
 
 
 class SimulatedUnit:
     """The demodulator's capture memory and the fault settings."""
 
-    def __init__(self, options, events):
+    def __init__(self, options, events, samples, start=0):
         self.options = options
         self.events = events
-        self.model = SignalModel(options.seed)
+        self.samples = samples
+        self.start = start  # units sharing a sample set start at different captures of it
         self.centre_field = int(round(options.center_mhz * 1000))
         self.capture_number = -1
         self.block = b""
-        # With --capture-pool N the first N captures are made at start and then
-        # repeated in turn, so that a capture request costs the unit nothing
-        # (for benchmarks of the client).
-        self.pool = [self.model.capture(n) for n in range(options.capture_pool)]
         self.captured_at = time.time()
         self.blocks_served = 0
         self.data_connections = 0
@@ -107,10 +137,7 @@ class SimulatedUnit:
 
     def take_capture(self):
         self.capture_number += 1
-        if self.pool:
-            i_bytes, q_bytes = self.pool[self.capture_number % len(self.pool)]
-        else:
-            i_bytes, q_bytes = self.model.capture(self.capture_number)
+        i_bytes, q_bytes = self.samples.capture(self.start + self.capture_number)
         self.block = build_block(self.centre_field, self.options.rate_exponent,
                                  i_bytes, q_bytes)
         self.captured_at = time.time()
@@ -137,8 +164,9 @@ class SimulatedUnit:
         """Keep a copy of each block handed out, when --dump-dir is set."""
         self.blocks_served += 1
         if self.options.dump_dir:
+            rack = "u%d_" % self.options.number if self.options.units > 1 else ""
             path = os.path.join(self.options.dump_dir,
-                                "block_%04d.bin" % self.blocks_served)
+                                "%sblock_%04d.bin" % (rack, self.blocks_served))
             with open(path, "wb") as out:
                 out.write(data)
 
@@ -376,6 +404,14 @@ class SimActiveDTP(ActiveDTP):
             source_address = (forged, 0)
         return super().connect_af_unspecified(addr, source_address)
 
+    def handle_connect(self):
+        super().handle_connect()
+        # The socket now belongs to the data channel. The library's connector keeps its
+        # descriptor number, and closing it later (when the session ends) took that number
+        # out of the event loop even when a newer socket of another session had it by then:
+        # that session's data connection was never seen again and its transfer hung.
+        self._fileno = None
+
 
 class SimHandler(FTPHandler):
     """Control connection of the simulated unit."""
@@ -459,12 +495,16 @@ class SimHandler(FTPHandler):
 class SimServer(FTPServer):
     """FTP server that stops listening once --refuse-after sessions came in."""
 
-    def __init__(self, address, handler, refuse_after, events):
+    def __init__(self, address, handler, refuse_after, events, ioloop=None):
         self.refuse_after = refuse_after
         self.events = events
         self.sessions = 0
         self.port_holder = None
-        super().__init__(address, handler)
+        if ioloop is not None:
+            # The library counts every socket of the event loop against its limit, and a
+            # rack's units share one loop: each unit serves its own few sessions anyway.
+            self.max_cons = 0
+        super().__init__(address, handler, ioloop=ioloop)
         self.bound_address = self.socket.getsockname()
         self.family = self.socket.family
         if refuse_after == 0:
@@ -530,29 +570,86 @@ def watch_parent():
     threading.Thread(target=wait_for_end, name="parent-watch", daemon=True).start()
 
 
+def describe_rack(options):
+    """--describe for a rack: the signals of each unit, a column "Unit" first."""
+    lines = []
+    for number in range(1, options.units + 1):
+        unit = unit_options(options, number)
+        text = describe(SignalModel(unit.seed, unit.sample_set % 2 == 0),
+                        int(round(unit.center_mhz * 1000)), unit.rate_exponent).splitlines()
+        if not lines:
+            lines.append("Unit," + text[0])
+        lines.extend("%d,%s" % (number, line) for line in text[1:])
+    return "\n".join(lines) + "\n"
+
+
+def raise_open_file_limit():
+    """A rack holds a listener and a few connections for every unit."""
+    try:
+        import resource
+        soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        if soft < hard:
+            resource.setrlimit(resource.RLIMIT_NOFILE, (hard, hard))
+    except (ImportError, ValueError, OSError):
+        pass
+
+
+def make_servers(options, units, ioloop):
+    """One listening server for each unit, on consecutive ports. With --port 0 a run of
+    free ports is looked for."""
+    tries = 1 if options.port or options.units == 1 else 50
+    for attempt in range(tries):
+        # Below the ports the system hands out for outgoing connections.
+        first = options.port if options.port or options.units == 1 else random.randrange(20000, 32768 - min(options.units, 10000))
+        servers = []
+        try:
+            for offset, (unit, handler) in enumerate(units):
+                host, port = options.host, first + offset if first else 0
+                if options.spread_hosts:
+                    host, port = str(ipaddress.ip_address(options.host) + offset), first
+                servers.append(SimServer((host, port), handler, unit.options.refuse_after,
+                                         unit.events, ioloop))
+            return servers
+        except OSError as error:
+            for server in servers:
+                server.close()
+            if attempt + 1 == tries:
+                sys.exit("demod_sim: cannot listen on %s port %d: %s"
+                         % (options.host, first + len(servers), error.strerror))
+    return []
+
+
 def main(argv=None):
     options = parse_arguments(sys.argv[1:] if argv is None else argv)
     if options.describe:
-        sys.stdout.write(describe(SignalModel(options.seed), int(round(options.center_mhz * 1000)),
-                                  options.rate_exponent))
+        if options.units == 1:
+            sys.stdout.write(describe(SignalModel(options.seed), int(round(options.center_mhz * 1000)),
+                                      options.rate_exponent))
+        else:
+            sys.stdout.write(describe_rack(options))
         return 0
-    log_stream = open(options.log, "w") if options.log else sys.stderr
-    events = EventLog(log_stream)
+    log_stream = None if options.quiet else open(options.log, "w") if options.log else sys.stderr
     library_log = logging.getLogger("pyftpdlib")
     library_log.setLevel(logging.ERROR)
     library_log.addHandler(logging.StreamHandler(sys.stderr))
     library_log.propagate = False
 
-    unit = SimulatedUnit(options, events)
-    VirtualFS.unit = unit
-    SimHandler.unit = unit
-    SimHandler.events = events
-    try:
-        server = SimServer((options.host, options.port), SimHandler,
-                           options.refuse_after, events)
-    except OSError as error:
-        sys.exit("demod_sim: cannot listen on %s port %d: %s"
-                 % (options.host, options.port, error.strerror))
+    if options.units == 1:
+        sets = [SampleSet(options.seed, True, options.capture_pool)]
+    else:
+        raise_open_file_limit()
+        sets = SampleSet.for_rack(options)
+    units = []
+    for number in range(1, options.units + 1):
+        unit_opts = unit_options(options, number)
+        events = EventLog(log_stream, "U%d " % number if options.units > 1 else "")
+        shared = (number - 1) // len(sets)  # how many units before it share its set
+        unit = SimulatedUnit(unit_opts, events, sets[unit_opts.sample_set], start=5 * shared)
+        fs = type("UnitFS%d" % number, (VirtualFS,), {"unit": unit})
+        handler = type("UnitHandler%d" % number, (SimHandler,),
+                       {"unit": unit, "events": events, "abstracted_fs": fs})
+        units.append((unit, handler))
+    servers = make_servers(options, units, IOLoop() if options.units > 1 else None)
 
     def on_signal(signum, frame):
         raise Shutdown()
@@ -562,20 +659,21 @@ def main(argv=None):
     if options.exit_with_parent:
         watch_parent()
     try:
-        print("LISTENING %d" % server.bound_address[1], flush=True)
-        serve(server)
+        print("LISTENING %d" % servers[0].bound_address[1], flush=True)
+        serve(servers[0])
     except Shutdown:
         pass
     finally:
         signal.signal(signal.SIGTERM, signal.SIG_IGN)
         signal.signal(signal.SIGINT, signal.SIG_IGN)
-        try:
-            server.close_all()
-        except Exception:
-            pass  # a session interrupted halfway may not close cleanly
-        if server.port_holder:
-            server.port_holder.close()
-        if log_stream is not sys.stderr:
+        for server in servers:
+            try:
+                server.close_all()
+            except Exception:
+                pass  # a session interrupted halfway may not close cleanly
+            if server.port_holder:
+                server.port_holder.close()
+        if log_stream not in (None, sys.stderr):
             log_stream.close()
     return 0
 

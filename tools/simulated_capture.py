@@ -118,8 +118,9 @@ class SignalModel:
     BEACON = ("beacon", 0.2, 30.0)
     BEACON_HALF_WIDTH = 4.5 / SAMPLE_COUNT  # its band: 4 points either side of it
 
-    def __init__(self, seed):
+    def __init__(self, seed, fading=True):
         self.seed = seed
+        self.fading_on = fading  # otherwise the narrow carrier stays at full level
         rng = random.Random(seed)
         jitter = lambda: rng.uniform(-0.008, 0.008)
         self.signals = []  # (name, centre, low, high, samples a symbol or None, power, C/N)
@@ -152,6 +153,8 @@ class SignalModel:
 
     def fade_gain(self, capture_number):
         """Amplitude factor of the fading carrier in a capture (1 at full level)."""
+        if not self.fading_on:
+            return 1.0
         fade_db = 0.5 * self.FADE_DEPTH_DB * (1 - math.cos(2 * math.pi * capture_number / self.fade_period))
         return 10 ** (-fade_db / 20)
 
@@ -204,7 +207,7 @@ def describe(model, centre_field, rate_exponent):
         density = model.floor_power(low, high) / ((high - low) * SAMPLE_COUNT)
         lines.append("%s,%.6f,%.6f,%.6f,%s,%.3f,%.3f,%.3f,%s" % (
             name, axis(low), axis(high), axis(freq), "%.6f" % (rate / sps) if sps else "", db(points * power),
-            db(points * density), cn_db, "%.3f" % model.fade_period if name == "narrow" else ""))
+            db(points * density), cn_db, "%.3f" % model.fade_period if name == "narrow" and model.fading_on else ""))
     return "\n".join(lines) + "\n"
 
 

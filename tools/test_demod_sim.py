@@ -190,6 +190,29 @@ class SimulatorTest(unittest.TestCase):
         self.assertEqual(two_captures(7), seven)
         self.assertTrue(all(a != b for a, b in zip(two_captures(8), seven)))
 
+    def test_rack_of_units_on_consecutive_ports(self):
+        # Each unit its own centre, samples and log prefix; the fault modes on unit 2 alone.
+        sim = Simulator(self, "--units", "3", "--center-step-mhz", "2.5", "--fault-units", "2", "--reject-capture")
+        blocks = []
+        for k in range(3):
+            ftp = ftplib.FTP()
+            ftp.connect("127.0.0.1", sim.port + k, timeout=TIMEOUT)
+            self.addCleanup(ftp.close)
+            ftp.login()
+            ftp.set_pasv(False)
+            if k == 1:
+                self.assertRefused("550", request_capture, ftp)
+            else:
+                request_capture(ftp)
+            blocks.append(fetch(ftp))
+        self.assertEqual([header_fields(b) for b in blocks], [(70000, 3), (72500, 3), (75000, 3)])
+        self.assertEqual(len({b[I_START:] for b in blocks}), 3)
+        self.assertEqual(sim.read("log").count("U2 CAPTURE"), 1)  # the one made at start
+        described = subprocess.run([sys.executable, SIMULATOR, "--units", "3", "--describe"], capture_output=True,
+                                   text=True, timeout=TIMEOUT).stdout.splitlines()
+        narrow = [line.split(",") for line in described if ",narrow," in line]
+        self.assertEqual([(n[0], n[-1] != "") for n in narrow], [("1", True), ("2", False), ("3", True)])
+
     def test_parent_watch_ends_cleanly_and_bad_options_are_refused(self):
         # The watch thread sits in a read of standard input; the interpreter's exit must
         # not trip over it (a read through sys.stdin aborted about one exit in five).
@@ -201,7 +224,8 @@ class SimulatorTest(unittest.TestCase):
                 status, errors = process.wait(TIMEOUT), process.stderr.read()
             self.assertEqual((status, errors), (0, b""), ending)
         for options in (["--host", "192.0.2.1"], ["--short-block", "9000"], ["--long-block", "8224"],
-                        ["--short-block", "10", "--long-block", "9000"], ["--center-mhz", "-1"], ["--no-size", "404"]):
+                        ["--short-block", "10", "--long-block", "9000"], ["--center-mhz", "-1"], ["--no-size", "404"],
+                        ["--units", "3", "--fault-units", "4"], ["--units", "2", "--port", "65535"]):
             result = subprocess.run([sys.executable, SIMULATOR] + options, capture_output=True, text=True,
                                     timeout=TIMEOUT)
             self.assertEqual((result.returncode, result.stdout), (2, ""), options)
