@@ -10,6 +10,8 @@ PACKAGES=(
   libfftw3-dev
   libcurl4-openssl-dev
   libzstd-dev
+  libtomlplusplus-dev qt6-httpserver-dev qt6-websockets-dev
+  prometheus
   libbenchmark-dev
   python3 python3-pyftpdlib
   xvfb xauth xdotool imagemagick fonts-liberation

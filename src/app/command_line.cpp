@@ -6,6 +6,7 @@
 
 #include "app/export_command.h"
 #include "app/measure_command.h"
+#include "app/monitor_command.h"
 #include "app/peaks_command.h"
 #include "app/record_command.h"
 #include "app/render_command.h"
@@ -33,6 +34,7 @@ std::string UsageText() {
          "                         [--png FILE] [--window on|off]\n"
          "  tavrix-spectrum record --modem ADDR[:PORT] --out FILE [--name NAME] [--every SECONDS]\n"
          "                         [--count N | --for DURATION]\n"
+         "  tavrix-spectrum monitor --config FILE | --check-config FILE\n"
          "  tavrix-spectrum --help | --version\n"
          "Wherever BLOCK... is taken, recordings may stand among the blocks, and --from TIME\n"
          "and --to TIME pick their captures (see export).\n"
@@ -132,13 +134,22 @@ std::string UsageText() {
          "  --count N          stop after N captures recorded\n"
          "  --for DURATION     start no poll after this long: 90s, 15m, 2h\n"
          "\n"
+         "monitor Watches the units a configuration file names, headless, and serves their\n"
+         "        figures to Prometheus: GET /metrics, /healthz and /units on the listen\n"
+         "        address (default 127.0.0.1:9464). SIGHUP reads the file again without\n"
+         "        dropping the units that stay; SIGTERM ends it. See the user guide, \"Watching\n"
+         "        a rack\", for the file's keys and the metrics.\n"
+         "  --config FILE      run with this configuration (TOML)\n"
+         "  --check-config FILE  only read the file: one line, what it holds or what is\n"
+         "                     wrong with it (the file, the line and the reason)\n"
+         "\n"
          "Errors print one line on stderr; the status is 1 when the work failed and 2 when\n"
          "the command line was refused.\n";
 }
 
 bool IsCommand(const std::vector<std::string>& args) {
   static const std::set<std::string> kCommands = {"export", "render", "peaks", "measure", "snapshot",
-                                                  "record", "help",   "--help", "-h",     "--version"};
+                                                  "record", "monitor", "help",   "--help", "-h",     "--version"};
   return !args.empty() && kCommands.count(args[0]) > 0;
 }
 
@@ -184,6 +195,7 @@ int RunCommandLine(const std::vector<std::string>& args, std::ostream& out, std:
   if (command == "render") return RunSubcommand<RenderOptions>(command, rest, ParseRenderOptions, RunRender, out, err);
   if (command == "peaks") return RunSubcommand<PeaksOptions>(command, rest, ParsePeaksOptions, RunPeaks, out, err);
   if (command == "measure") return RunSubcommand<MeasureOptions>(command, rest, ParseMeasureOptions, RunMeasure, out, err);
+  if (command == "monitor") return RunSubcommand<MonitorOptions>(command, rest, ParseMonitorOptions, RunMonitor, out, err);
   if (command == "record") return RunSubcommand<RecordOptions>(command, rest, ParseRecordOptions, RunRecord, out, err);
   err << "tavrix-spectrum: unknown command \"" << command << "\" (see --help)\n";
   return 2;

@@ -9,8 +9,12 @@
 #include <thread>
 
 #if defined(__linux__)
+#include <QSocketNotifier>
+#include <cerrno>
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -82,6 +86,58 @@ bool StopRequests::Wait(int64_t ms) const {
     std::this_thread::sleep_for(std::chrono::milliseconds(std::min<int64_t>(left.count(), kWaitSliceMs)));
   }
   return false;
+}
+
+}  // namespace tavrix
+
+#if defined(__linux__)
+namespace {
+
+int daemonSignalPipe[2] = {-1, -1};
+
+extern "C" void ForwardDaemonSignal(int signal) {
+  const int saved = errno;
+  const char byte = static_cast<char>(signal);
+  [[maybe_unused]] const ssize_t written = ::write(daemonSignalPipe[1], &byte, 1);
+  errno = saved;
+}
+
+}  // namespace
+#endif
+
+namespace tavrix {
+
+bool WatchDaemonSignals(QObject* context, std::function<void(DaemonSignal)> handler) {
+#if defined(__linux__)
+  if (daemonSignalPipe[0] < 0 && ::pipe2(daemonSignalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return false;
+  auto* notifier = new QSocketNotifier(daemonSignalPipe[0], QSocketNotifier::Read, context);
+  QObject::connect(notifier, &QSocketNotifier::activated, context, [handler = std::move(handler)] {
+    char bytes[16];
+    ssize_t n = 0;
+    while ((n = ::read(daemonSignalPipe[0], bytes, sizeof bytes)) > 0)
+      for (ssize_t i = 0; i < n; ++i) handler(bytes[i] == SIGHUP ? DaemonSignal::Reload : DaemonSignal::Terminate);
+  });
+  struct sigaction action {};
+  action.sa_handler = ForwardDaemonSignal;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESTART;
+  for (const int signal : {SIGHUP, SIGTERM, SIGINT}) ::sigaction(signal, &action, nullptr);
+  return true;
+#else
+  (void)context;
+  (void)handler;
+  return false;
+#endif
+}
+
+void RaiseOpenFileLimit() {
+#if defined(__linux__)
+  struct rlimit limit {};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
+    limit.rlim_cur = limit.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+  }
+#endif
 }
 
 }  // namespace tavrix

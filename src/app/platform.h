@@ -3,6 +3,9 @@
 #include <atomic>
 #include <cstdint>
 
+#include <functional>
+
+class QObject;
 class QProcess;
 
 namespace tavrix {
@@ -34,5 +37,20 @@ class StopRequests {
   // Waits `ms` milliseconds, or less when a stop is requested; false when one was.
   bool Wait(int64_t ms) const;
 };
+
+}  // namespace tavrix
+
+namespace tavrix {
+
+enum class DaemonSignal { Reload, Terminate };
+
+// For a daemon: SIGHUP arrives as Reload, SIGTERM and SIGINT as Terminate, each delivered to
+// `handler` on the thread of `context`, whose event loop runs it, never inside the signal
+// handler (a pipe carries them across). False where the system has no such signals.
+bool WatchDaemonSignals(QObject* context, std::function<void(DaemonSignal)> handler);
+
+// Raises the soft limit of open files to the hard one: a daemon watching a rack holds a
+// few connections and files for every unit.
+void RaiseOpenFileLimit();
 
 }  // namespace tavrix

@@ -9,6 +9,8 @@ namespace {
 
 bool IsHex(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
 
+}  // namespace
+
 bool IsDottedQuad(std::string_view text) {
   int parts = 0;
   size_t start = 0;
@@ -24,8 +26,6 @@ bool IsDottedQuad(std::string_view text) {
   }
   return parts == 4;
 }
-
-}  // namespace
 
 bool IsIpv6Literal(std::string_view text) {
   if (text.size() < 2 || text.size() > 45) return false;

@@ -17,6 +17,9 @@ struct ServerAddress {
 // kept without them); empty hosts, bad ports and stray colons give nothing.
 std::optional<ServerAddress> ParseServerAddress(std::string_view text);
 
+// A dotted IPv4 address: four decimal numbers 0-255 without leading zeros.
+bool IsDottedQuad(std::string_view text);
+
 // An IPv6 address as written between brackets: eight groups of up to four hex digits, one
 // run of them shortened to "::", the last two optionally a dotted IPv4 address; no zone.
 bool IsIpv6Literal(std::string_view text);

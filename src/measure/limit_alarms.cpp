@@ -50,11 +50,12 @@ std::vector<AlarmChange> LimitAlarms::Check(const std::string& band, const BandL
 }
 
 bool LimitAlarms::InAlarm(const std::string& band) const {
-  for (const LimitedQuantity q : {LimitedQuantity::ChannelPower, LimitedQuantity::CarrierToNoise}) {
-    const auto found = alarmed_.find({band, q});
-    if (found != alarmed_.end() && found->second) return true;
-  }
-  return false;
+  return InAlarm(band, LimitedQuantity::ChannelPower) || InAlarm(band, LimitedQuantity::CarrierToNoise);
+}
+
+bool LimitAlarms::InAlarm(const std::string& band, LimitedQuantity quantity) const {
+  const auto found = alarmed_.find({band, quantity});
+  return found != alarmed_.end() && found->second;
 }
 
 void LimitAlarms::Forget(const std::string& band) {

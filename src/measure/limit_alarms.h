@@ -47,6 +47,8 @@ class LimitAlarms {
   std::vector<AlarmChange> Check(const std::string& band, const BandLimits& limits, const LimitedFigures& figures);
   // Whether any figure of the band is in alarm now.
   bool InAlarm(const std::string& band) const;
+  // Whether that figure of the band is in alarm now.
+  bool InAlarm(const std::string& band, LimitedQuantity quantity) const;
   // The band is no longer watched: its state goes without a change being reported.
   void Forget(const std::string& band);
 
