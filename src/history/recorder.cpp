@@ -1,6 +1,7 @@
 #include "history/recorder.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "history/recording_folder.h"
@@ -14,6 +15,10 @@ namespace {
 constexpr size_t kMaxQueued = 256;
 // The limit is checked again after this much was written, or a hundredth of the limit.
 constexpr uint64_t kPruneEveryBytes = uint64_t{16} << 20;
+// A capture handed over is written within this. Waking the writer at every capture would
+// cost the caller a system call, several times what handing it over costs; looking at the
+// queue this often costs the writer's thread next to nothing.
+constexpr auto kHandOverWait = std::chrono::milliseconds(100);
 
 }  // namespace
 
@@ -34,6 +39,7 @@ void Recorder::Apply(const RecorderSettings& settings) {
   settings_ = settings;
   failed_ = false;
   pruned_ = false;
+  wake_.notify_one();
 }
 
 RecorderSettings Recorder::Settings() const {
@@ -53,10 +59,10 @@ void Recorder::Append(Capture capture) {
     }
     queue_.push_back(std::move(capture));
   }
-  wake_.notify_one();
 }
 
 void Recorder::Flush() {
+  wake_.notify_one();
   std::unique_lock lock(mutex_);
   idle_.wait(lock, [this] { return queue_.empty() && !writing_; });
 }
@@ -92,7 +98,14 @@ void Recorder::Run() {
       std::unique_lock lock(mutex_);
       writing_ = false;
       idle_.notify_all();
-      wake_.wait(lock, [this] { return quit_ || !queue_.empty(); });
+      // While recording, the queue is looked at every kHandOverWait; otherwise nothing
+      // arrives until the settings change.
+      while (!quit_ && queue_.empty()) {
+        if (settings_.Enabled && !failed_)
+          wake_.wait_for(lock, kHandOverWait);
+        else
+          wake_.wait(lock);
+      }
       if (queue_.empty()) return;  // quitting with nothing left to write
       capture = std::move(queue_.front());
       queue_.pop_front();

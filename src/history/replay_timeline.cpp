@@ -90,7 +90,7 @@ size_t ReplayTimeline::Scan(size_t from, size_t to, bool windowSpectrum, const V
     std::lock_guard lock(mutex_);
     if (index >= reader_.Count()) return index;
     AdvanceTo(index, windowSpectrum);
-    if (ProcessNext() && !visit(index, scratch_)) return index + 1;
+    if (ProcessNext() && !visit(index, reader_.Entry(index).TimeMs, scratch_)) return index + 1;
   }
   return to;
 }

@@ -43,10 +43,11 @@ class ReplayTimeline {
   SpectrumState StateBefore(size_t index, bool windowSpectrum);
 
   // Processes the captures in [from, to) in order, calls `visit` with each one's state (its
-  // index and the live spectrum after it), and keeps checkpoints on the way. Stops early
-  // when `visit` returns false. Returns the index it stopped at. `visit` runs while the
-  // timeline is held, so a seek waits for it: it should only take what it needs.
-  using Visitor = std::function<bool(size_t index, const LiveSpectrum& live)>;
+  // index, arrival time and the live spectrum after it), and keeps checkpoints on the way.
+  // Stops early when `visit` returns false. Returns the index it stopped at. `visit` runs
+  // while the timeline is held, so a seek waits for it: it should only take what it needs,
+  // and never call the timeline (the waterfall's rows are made from these three).
+  using Visitor = std::function<bool(size_t index, int64_t timeMs, const LiveSpectrum& live)>;
   size_t Scan(size_t from, size_t to, bool windowSpectrum, const Visitor& visit);
 
  private:

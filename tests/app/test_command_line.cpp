@@ -1,6 +1,8 @@
 // The headless commands: every error is one line on stderr, a non-zero status and no file;
-// good runs write what the viewer's export writes for the same captures, or draw them; and a
-// snapshot of the simulated unit saves the served block with what export and render make of it.
+// good runs write what the viewer's export writes for the same captures, or draw them; a
+// snapshot of the simulated unit saves the served block with what export and render make of
+// it; and a recording keeps what a unit served, through a lost unit and up to a stop request.
+#include <QDateTime>
 #include <QDir>
 #include <QImage>
 #include <QRegularExpression>
@@ -8,6 +10,7 @@
 #include <QtTest>
 
 #if defined(Q_OS_UNIX)
+#include <signal.h>
 #include <sys/stat.h>
 #endif
 
@@ -17,6 +20,7 @@
 #include "app/command_line.h"
 #include "app/export_command.h"
 #include "common/file_io.h"
+#include "history/recording_reader.h"
 #include "link/simulator_process.h"
 #include "test_support.h"
 
@@ -35,6 +39,25 @@ Run RunArgs(const QStringList& words) {
 }
 
 QString Block(const QString& name) { return DataPath("blocks/" + name + ".bin"); }
+
+// Every capture of a recording, in order; "<damaged>" for one that cannot be read.
+QStringList Captures(const QString& path, history::RecordingReader* keep = nullptr) {
+  history::RecordingReader local, &reader = keep != nullptr ? *keep : local;
+  QStringList blocks;
+  if (!reader.Open(path.toStdString()).empty()) return {"<not a recording>"};
+  for (size_t i = 0; i < reader.Count(); ++i) {
+    std::string block;
+    blocks << (reader.Block(i, block) ? QString::fromLatin1(block.data(), qsizetype(block.size())) : "<damaged>");
+  }
+  return blocks;
+}
+
+template <typename Done>
+bool WaitFor(Done done, int ms = 20000) {
+  const QDeadlineTimer deadline(ms);
+  while (!done() && !deadline.hasExpired()) QTest::qWait(50);
+  return done();
+}
 
 }  // namespace
 
@@ -86,7 +109,12 @@ class CommandLineTest : public QObject {
         {"snapshot with nothing to do", "snapshot --modem 127.0.0.1:1", "nothing to do"},
         {"snapshot set without out", "snapshot --modem 127.0.0.1:1 --set raw", "--out"},
         {"snapshot png without file", "snapshot --modem 127.0.0.1:1 --png", "--png"},
-        {"snapshot stray word", "snapshot --modem 127.0.0.1:1 --save-block x.txt extra", "extra"}};
+        {"snapshot stray word", "snapshot --modem 127.0.0.1:1 --save-block x.txt extra", "extra"},
+        {"record without out", "record --modem 127.0.0.1:1", "--out"},
+        {"record count and for", "record --modem 127.0.0.1:1 --out x.txt --count 2 --for 1m", "not both"},
+        {"record bad every", "record --modem 127.0.0.1:1 --out x.txt --every 0.05", "0.05"},
+        {"record bad duration", "record --modem 127.0.0.1:1 --out x.txt --for 5d", "5d"},
+        {"record into a block", "record --modem 127.0.0.1:1 --out TONE --count 1", "not a recording"}};
     for (const auto& [name, words, mentions] : rows) {
       if (QString(words).contains("fifo") && !QFileInfo::exists("fifo")) continue;  // a system without FIFOs
       QStringList args = QString(words).split(' ', Qt::SkipEmptyParts);
@@ -181,6 +209,111 @@ class CommandLineTest : public QObject {
     QCOMPARE(QImage(path("plot.png")).size(), QSize(1280, 720));
     QCOMPARE(RunArgs({"render", "--png", path("render.png"), path("block.bin")}).status, 0);
     QCOMPARE(ReadWholeFile(path("plot.png").toStdString()), ReadWholeFile(path("render.png").toStdString()));
+  }
+
+  // What a unit served, byte for byte, in order, with its arrival time; a capture of the
+  // recording exports as its block does, and the whole recording as the blocks in order.
+  void recordKeepsWhatTheUnitServed() {
+    START_SIMULATOR(sim);
+    const QString address = QString::fromStdString(sim.Address()), rec = "served.tavrec";
+    const qint64 before = QDateTime::currentMSecsSinceEpoch();
+    Run r = RunArgs({"record", "--modem", address, "--out", rec, "--every", "0.1", "--count", "3", "--name", "rack 1"});
+    QVERIFY2(r.status == 0 && r.err.isEmpty() && r.out.endsWith("Recorded 3 captures to " + QFileInfo(rec).absoluteFilePath() + "\n"),
+             qPrintable(r.err + r.out));
+    history::RecordingReader reader;
+    QStringList served, blockFiles;
+    for (int n = 1; n <= 3; ++n) {
+      const std::string block = sim.ServedBlock(n);
+      served << QString::fromLatin1(block.data(), qsizetype(block.size()));
+      blockFiles << QString("served_%1.bin").arg(n);
+      QCOMPARE(WriteFileAtomically(blockFiles.back().toStdString(), block), "");
+    }
+    QCOMPARE(Captures(rec, &reader), served);
+    QCOMPARE(reader.Header().UnitName, std::string("rack 1"));
+    QCOMPARE(reader.Header().UnitAddress, address.toStdString());
+    for (size_t i = 0; i < 3; ++i)
+      QVERIFY(reader.Entry(i).TimeMs >= (i == 0 ? before : reader.Entry(i - 1).TimeMs) &&
+              reader.Entry(i).TimeMs <= QDateTime::currentMSecsSinceEpoch());
+    const auto exported = [](const QStringList& args) {
+      const Run e = RunArgs(QStringList{"export", "--out", "e.txt"} + args);
+      return e.status == 0 ? ReadWholeFile("e.txt") : "failed: " + e.err.toStdString();
+    };
+    QCOMPARE(exported({"--set", "scaled", "--from", "#2", "--to", "#2", rec}), exported({"--set", "scaled", blockFiles[1]}));
+    QCOMPARE(exported({"--set", "peakhold", "--peak-hold", rec}), exported(QStringList{"--set", "peakhold", "--peak-hold"} + blockFiles));
+
+    // Recording again adds to the file; another unit's name is refused.
+    r = RunArgs({"record", "--modem", address, "--out", rec, "--every", "0.1", "--count", "1", "--name", "rack 1"});
+    QVERIFY2(r.status == 0 && r.out.contains("after its 3 captures") && Captures(rec).size() == 4, qPrintable(r.err));
+    r = RunArgs({"record", "--modem", address, "--out", rec, "--count", "1"});
+    QVERIFY2(r.status == 1 && r.err.count('\n') == 1 && r.err.contains("\"rack 1\"") && Captures(rec).size() == 4,
+             qPrintable(r.err));
+  }
+
+  // A plain FTP server over a folder, with a prepared "spectrum:" file: snapshot and record
+  // read it as they read a unit, and the capture request lands in "capt_spec:".
+  void aPlainFtpServerIsReadAsAUnit() {
+    QTemporaryDir root;
+    const std::string tone = ReadBytes("blocks/tone_bin0005.bin");
+    QCOMPARE(WriteFileAtomically(QDir(root.path()).filePath("spectrum:").toStdString(), tone), "");
+    QProcess ftpd;
+    ftpd.start("python3", {TAVRIX_SOURCE_DIR "/tests/app/plain_ftpd.py", root.path()});
+    QVERIFY(WaitFor([&] { return ftpd.canReadLine() || ftpd.state() == QProcess::NotRunning; }, 10000));
+    const QByteArray listening = ftpd.readLine();
+    QVERIFY2(listening.startsWith("LISTENING "), qPrintable(listening + ftpd.readAllStandardError()));
+    const QString address = "127.0.0.1:" + listening.mid(10).trimmed();
+    Run r = RunArgs({"snapshot", "--modem", address, "--save-block", "plain.bin"});
+    QVERIFY2(r.status == 0 && ReadWholeFile("plain.bin") == tone, qPrintable(r.err));
+    r = RunArgs({"record", "--modem", address, "--out", "plain.tavrec", "--every", "0.1", "--count", "2"});
+    const QString toneText = QString::fromLatin1(tone.data(), qsizetype(tone.size()));
+    QVERIFY2(r.status == 0 && r.err.isEmpty() && Captures("plain.tavrec") == QStringList({toneText, toneText}),
+             qPrintable(r.err));
+    QCOMPARE(ReadWholeFile(QDir(root.path()).filePath("capt_spec:").toStdString()), std::string(1, '\x01'));
+    ftpd.kill();
+    ftpd.waitForFinished();
+  }
+
+  // The program itself, stopped by a signal: the file is whole and holds every capture
+  // read; a unit that stops answering is one line a poll and is recorded again once back.
+  void recordEndsWholeOnRequest_data() {
+    QTest::addColumn<int>("stopSignal");
+    QTest::addColumn<bool>("unitLost");
+#if defined(Q_OS_UNIX)
+    QTest::newRow("SIGTERM, unit lost and back") << int(SIGTERM) << true;
+    QTest::newRow("SIGINT") << int(SIGINT) << false;
+#endif
+  }
+  void recordEndsWholeOnRequest() {
+#if defined(Q_OS_UNIX)
+    QFETCH(int, stopSignal);
+    QFETCH(bool, unitLost);
+    START_SIMULATOR(sim);
+    const QString rec = QString("stopped_%1.tavrec").arg(stopSignal);
+    QProcess recorder;
+    recorder.start(TAVRIX_VIEWER, {"record", "--modem", QString::fromStdString(sim.Address()), "--out", rec, "--every", "0.1"});
+    QString err;
+    const auto count = [&] { return Captures(rec).filter("<").isEmpty() ? Captures(rec).size() : 0; };
+    QVERIFY(WaitFor([&] { return count() >= 2; }));
+    if (unitLost) {
+      sim.Kill();
+      QVERIFY(WaitFor([&] { return (err += recorder.readAllStandardError()).count("could not connect") >= 2; }));
+      const qsizetype had = count();
+      QVERIFY(sim.Restart());
+      QVERIFY(WaitFor([&] { return count() > had; }));
+    }
+    ::kill(static_cast<pid_t>(recorder.processId()), stopSignal);
+    QVERIFY(recorder.waitForFinished(10000));
+    err += recorder.readAllStandardError();
+    QCOMPARE(recorder.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(recorder.exitCode(), 0);
+    QVERIFY(recorder.readAllStandardOutput().contains(", stopped on request\n"));
+    // One line a failed poll, whichever step the unit's loss met.
+    for (const QString& line : err.split('\n', Qt::SkipEmptyParts))
+      QVERIFY2(line.startsWith("tavrix-spectrum: ") && line.contains(QString::fromStdString(sim.Address())), qPrintable(line));
+    history::RecordingReader reader;
+    QVERIFY(!Captures(rec, &reader).contains("<damaged>"));
+    QCOMPARE(reader.WholeBytes(), uint64_t(QFileInfo(rec).size()));
+    QCOMPARE(reader.SkippedBytes(), uint64_t(0));
+#endif
   }
 
   void helpAndVersion() {

@@ -61,7 +61,7 @@ class ReplayTest : public QObject {
     // A first pass on another thread while seeks run here, as the window does it.
     size_t visited = 0;
     std::jthread pass([&] {  // joined however the checks below end
-      timeline.Scan(0, blocks.size(), false, [&](size_t, const LiveSpectrum&) { return ++visited, true; });
+      timeline.Scan(0, blocks.size(), false, [&](size_t, int64_t, const LiveSpectrum&) { return ++visited, true; });
     });
     const size_t K = kCheckpointEvery;
     for (const size_t index : {size_t(0), size_t(1), K - 1, K, K + 1, 3 * K + 4, size_t(2), 2 * K + 3, 2 * K,
@@ -107,8 +107,12 @@ class ReplayTest : public QObject {
     const LiveSpectrum reference = ProcessBlocks({blocks[0], blocks[1], blocks[3], blocks[4]}, false, true, true);
     QVERIFY(SameTraces(timeline.StateBefore(6, false), reference.State));
     std::vector<size_t> visited;
-    timeline.Scan(0, 7, false, [&](size_t index, const LiveSpectrum&) { return visited.push_back(index), true; });
+    std::vector<int64_t> times;
+    timeline.Scan(0, 7, false, [&](size_t index, int64_t timeMs, const LiveSpectrum&) {
+      return visited.push_back(index), times.push_back(timeMs), true;
+    });
     QCOMPARE(visited, (std::vector<size_t>{0, 1, 4, 5, 6}));
+    QCOMPARE(times, (std::vector<int64_t>{0, 1, 3, 4, 5}));
   }
 };
 
