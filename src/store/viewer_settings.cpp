@@ -17,8 +17,10 @@ namespace {
 
 const std::string kWindowSection = "WindowState";
 const std::string kConfigSection = "Configuration";
+const std::string kMeasureSection = "Measurement";
 constexpr int32_t kMaxColor = 0xFFFFFF;
 constexpr float kThresholdLimit = 125.0f;  // dB either way
+constexpr float kMeasureLimitRange = 1000.0f;  // dB either way: beyond it a limit is junk
 
 std::string PaletteSection(int palette) { return "Configuration\\ColorPalette" + std::to_string(palette); }
 
@@ -42,6 +44,23 @@ constexpr std::array<BooleanKey, 4> kTraceKeys = {{{"CurrentTrace", &ViewerSetti
                                                    {"PeakHold", &ViewerSettings::PeakHold},
                                                    {"VideoAverage", &ViewerSettings::VideoAverage},
                                                    {"LastTrace", &ViewerSettings::LastTrace}}};
+
+// The measurement's switches, and its numbers (each empty when not set).
+struct MeasureFlag {
+  const char* Key;
+  bool MeasureSettings::*Field;
+};
+constexpr std::array<MeasureFlag, 4> kMeasureFlags = {{{"Average", &MeasureSettings::Average},
+                                                       {"MeasurePanel", &MeasureSettings::MeasurePanel},
+                                                       {"PeakTable", &MeasureSettings::PeakTable},
+                                                       {"EventLog", &MeasureSettings::EventLog}}};
+struct MeasureLimitKey {
+  const char* Key;
+  std::optional<double> MeasureSettings::*Field;
+};
+constexpr std::array<MeasureLimitKey, 2> kMeasureLimitKeys = {
+    {{"ChannelPowerLimit", &MeasureSettings::ChannelPowerLimit}, {"CNLimit", &MeasureSettings::CarrierToNoiseLimit}}};
+constexpr std::array<const char*, 2> kNoiseBandKeys = {"NoiseBandLow", "NoiseBandHigh"};
 
 constexpr std::array<const char*, 4> kCursorKeys = {"Cursor1X", "Cursor1Y", "Cursor2X", "Cursor2Y"};
 constexpr std::array<const char*, 5> kWindowKeys = {"WindowState", "WindowLeft", "WindowTop", "WindowWidth",
@@ -82,6 +101,9 @@ bool IsSettingsTableKey(const std::string& section, const std::string& key) {
   if (section == kConfigSection)
     return Listed(kOtherConfigKeys, key, plain) || Listed(kCursorKeys, key, plain) || Listed(kShownKeys, key, named) ||
            Listed(kTraceKeys, key, named);
+  if (section == kMeasureSection)
+    return Listed(kNoiseBandKeys, key, plain) || Listed(kMeasureLimitKeys, key, named) ||
+           Listed(kMeasureFlags, key, named);
   return IsDirectoryKey(section, key);
 }
 
@@ -114,6 +136,16 @@ ViewerSettings LoadViewerSettings(const SettingsStore& store, const std::string&
   Load(store, kConfigSection, "PeakThreshold", s.PeakThreshold, ReadSingle,
        [](float dB) { return std::fabs(dB) <= kThresholdLimit; });
   for (const BooleanKey& key : kTraceKeys) Load(store, kConfigSection, key.Key, s.*key.Field, ReadBoolean);
+
+  // A noise band needs both edges, the lower first; a limit any level within reason.
+  MeasureSettings& m = s.Measure;
+  std::array<std::optional<float>, 2> edges;
+  for (size_t i = 0; i < edges.size(); ++i) edges[i] = ReadSingle(store.GetSetting(kMeasureSection, kNoiseBandKeys[i], ""));
+  if (edges[0] && edges[1] && *edges[0] < *edges[1]) m.NoiseBand = std::array<double, 2>{*edges[0], *edges[1]};
+  for (const MeasureLimitKey& key : kMeasureLimitKeys)
+    Load(store, kMeasureSection, key.Key, m.*key.Field, ReadSingle,
+         [](float dB) { return std::fabs(dB) <= kMeasureLimitRange; });
+  for (const MeasureFlag& key : kMeasureFlags) Load(store, kMeasureSection, key.Key, m.*key.Field, ReadBoolean);
   return s;
 }
 
@@ -141,6 +173,17 @@ void SaveViewerSettings(SettingsStore& store, const ViewerSettings& settings) {
   store.SaveSetting(kConfigSection, "PeakThreshold", SingleText(settings.PeakThreshold));
   for (const BooleanKey& key : kTraceKeys)
     store.SaveSetting(kConfigSection, key.Key, BooleanText(settings.*key.Field));
+
+  // A number not set is stored empty, which reads back as not set.
+  const MeasureSettings& m = settings.Measure;
+  const auto number = [](std::optional<double> value) {
+    return value ? SingleText(static_cast<float>(*value)) : std::string();
+  };
+  for (size_t i = 0; i < kNoiseBandKeys.size(); ++i)
+    store.SaveSetting(kMeasureSection, kNoiseBandKeys[i],
+                      number(m.NoiseBand ? std::optional<double>((*m.NoiseBand)[i]) : std::nullopt));
+  for (const MeasureLimitKey& key : kMeasureLimitKeys) store.SaveSetting(kMeasureSection, key.Key, number(m.*key.Field));
+  for (const MeasureFlag& key : kMeasureFlags) store.SaveSetting(kMeasureSection, key.Key, BooleanText(m.*key.Field));
   // Whatever else a hand-edited or damaged file brought in is not written back.
   store.KeepOnly(IsSettingsTableKey);
 }

@@ -1,5 +1,6 @@
 #pragma once
 #include <array>
+#include <optional>
 #include <string>
 
 #include "view/palette.h"
@@ -22,6 +23,19 @@ struct StoredGeometry {
   bool operator==(const StoredGeometry&) const = default;
 };
 
+// The measurement panels: the noise band in MHz as the axis shows it (lower edge first),
+// the lower limits in dB, the average, and which of the three panels are shown.
+struct MeasureSettings {
+  std::optional<std::array<double, 2>> NoiseBand;
+  std::optional<double> ChannelPowerLimit;
+  std::optional<double> CarrierToNoiseLimit;
+  bool Average = false;
+  bool MeasurePanel = false;
+  bool PeakTable = false;
+  bool EventLog = false;
+  bool operator==(const MeasureSettings&) const = default;
+};
+
 // Every setting the viewer keeps apart from the modem directory, with its default. The
 // main window holds the live values; this is what is loaded at start, saved whenever it
 // has changed and saved at exit.
@@ -42,6 +56,7 @@ struct ViewerSettings {
   bool PeakHold = false;
   bool VideoAverage = false;
   bool LastTrace = false;
+  MeasureSettings Measure;
   bool operator==(const ViewerSettings&) const = default;
 };
 
@@ -60,8 +75,8 @@ inline constexpr std::array<PaletteKey, 8> kPaletteKeys = {{{"BackGroundColor", 
                                                             {"VideoAverage", kVideoAverageColor},
                                                             {"LastTrace", kPreviousColor}}};
 
-// Reads the window state and geometry, both palettes and the configuration keys, in
-// that order. A value missing, empty, unreadable or out of its range takes its default;
+// Reads the window state and geometry, both palettes, the configuration keys and the
+// measurement keys, in that order. A value missing, empty, unreadable or out of its range takes its default;
 // the others are kept. `homeFolder` is LastPath's default.
 ViewerSettings LoadViewerSettings(const SettingsStore& store, const std::string& homeFolder);
 // Writes the same keys in the same order. A minimised window is stored as normal. Any

@@ -132,7 +132,7 @@ class LimitsAndCommandTest : public QObject {
 };
 
 std::unique_ptr<QObject> NewLimitsAndCommandTest() { return std::make_unique<LimitsAndCommandTest>(); }
-std::unique_ptr<QObject> NewCarrierFiguresTest();
-TAVRIX_TEST_MAIN(QCoreApplication, NewCarrierFiguresTest, NewLimitsAndCommandTest)
+std::unique_ptr<QObject> NewCarrierFiguresTest(), NewBandWatchTest();
+TAVRIX_TEST_MAIN(QCoreApplication, NewCarrierFiguresTest, NewLimitsAndCommandTest, NewBandWatchTest)
 
 #include "test_limits_and_command.moc"

@@ -26,6 +26,15 @@ namespace {
 
 const std::string kHome = "/home/operator";
 
+// The measurement keys as text: noise band, limits ("-" when not set), then the switches.
+QString Measurement(const MeasureSettings& m) {
+  const auto number = [](std::optional<double> v) { return v ? QString::number(*v, 'g', 17) : QString("-"); };
+  return QStringList({m.NoiseBand ? number((*m.NoiseBand)[0]) + ".." + number((*m.NoiseBand)[1]) : "-",
+                      number(m.ChannelPowerLimit), number(m.CarrierToNoiseLimit),
+                      QString("%1%2%3%4").arg(m.Average).arg(m.MeasurePanel).arg(m.PeakTable).arg(m.EventLog)})
+      .join(' ');
+}
+
 // Every stored field as text, numbers exact to the last bit, so that two settings compare key by key.
 QStringList Fields(const ViewerSettings& s) {
   QStringList f = {QString::number(s.Window.State), QString::number(s.CurrentPalette),
@@ -38,6 +47,7 @@ QStringList Fields(const ViewerSettings& s) {
     f << (v ? "T" : "F");
   for (const Palette& palette : s.Palettes)
     for (const PaletteKey& key : kPaletteKeys) f << QString::number(palette[key.Field]);
+  f << Measurement(s.Measure);
   return f;
 }
 
@@ -56,6 +66,7 @@ ViewerSettings NonDefaults() {
   s.CursorDisplay = s.PeakHold = s.VideoAverage = s.LastTrace = true;
   s.Cursors = {{{0.1f, std::numeric_limits<float>::denorm_min()}, {123456.789f, -0.0f}}};
   s.PointMoves = 0, s.PeakThreshold = -124.999f;
+  s.Measure = {std::array<double, 2>{66.25, 67.3125}, -999.5, 17.25, true, true, true, true};
   return s;
 }
 
@@ -149,6 +160,24 @@ class StoreTest : public QObject {
       QCOMPARE(store.GetSetting("Tavrix Modems", "LastModem", ""), "Unit 1");
       saved.Window.State = kWindowMinimized, expected.Window.State = kWindowNormal;
       saved.LastPath.clear(), expected.LastPath = kHome;
+    }
+  }
+
+  // The measurement's numbers as stored by hand or damaged: a noise band needs both edges,
+  // the lower first; a limit within 1000 dB. What cannot be read is not set.
+  void measurementKeysReadRobustly() {
+    const struct { const char *low, *high, *power, *cn, *read; } rows[] = {
+        {"66.5", "67", "-12.5", " 20 ", "66.5..67 -12.5 20 0000"},
+        {"67", "66.5", "1000.5", "nan", "- - - 0000"},       // reversed; out of range; not a number
+        {"66.5", "", "1e3", "17,5", "- 1000 - 0000"},      // one edge; a comma is not a decimal point
+        {"66.5", "66.5", "", "inf", "- - - 0000"},         // no width
+    };
+    for (const auto& r : rows) {
+      SettingsStore store(Path());
+      for (const auto& [key, text] : {std::pair{"NoiseBandLow", r.low}, {"NoiseBandHigh", r.high},
+                                      {"ChannelPowerLimit", r.power}, {"CNLimit", r.cn}})
+        store.SaveSetting("Measurement", key, text);
+      QCOMPARE(Measurement(LoadViewerSettings(store, kHome).Measure), QString(r.read));
     }
   }
 
