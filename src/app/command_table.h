@@ -21,10 +21,10 @@ enum class Command : int {
   DBperDiv, FSpan, ZoomFitView, Previous, ZoomCursors, FirstPoint, NextPoint, PreviousPoint, LastPoint, CurPoint,
   PeakPoint, PeakThreshold, Status,
   // tbCursors, in order.
-  CursorOne, CursorTwo, CursorDelta,
+  CursorOne, CursorTwo, CursorDelta, MeasureBand,
   // Menu entries of their own.
-  FileSaveView, FilePrint, FileExit, ViewEnd, ViewPeakPoint, ViewCursors, ViewConstellation, ViewCopy, OptionsSnap,
-  OptionsPanel, OptionsWindow, CommStopGo, CommAdd, CommManage, HelpAbout,
+  FileSaveView, FilePrint, FileExit, ViewEnd, ViewPeakPoint, ViewCursors, ViewNoiseBand, ViewPeakTable, ViewEventLog,
+  ViewConstellation, ViewCopy, OptionsSnap, OptionsPanel, OptionsWindow, CommStopGo, CommAdd, CommManage, HelpAbout,
   // Families of menu entries, addressed by an index.
   FileExport,      // by DataSet
   ViewDBB,         // the dB-per-division presets 0..9
@@ -89,12 +89,16 @@ inline constexpr std::array<CommandRow, static_cast<size_t>(kFirstFamily)> kComm
     {Command::CursorOne, "CursorOne", "Position Cursor 1", "Cursor1", ButtonStyle::Push, false, false},
     {Command::CursorTwo, "CursorTwo", "Position Cursor 2", "Cursor2", ButtonStyle::Push, false, false},
     {Command::CursorDelta, "CursorDelta", "View Cursors", "CursorDelta", ButtonStyle::Toggle, false, false},
+    {Command::MeasureBand, "MeasureBand", "Measure Between Cursors", "MeasureBand", ButtonStyle::Toggle, false, false},
     {Command::FileSaveView, "mnuFileSaveView", "", "", ButtonStyle::Entry, false, false},
     {Command::FilePrint, "mnuFilePrint", "", "", ButtonStyle::Entry, false, false},
     {Command::FileExit, "mnuFileExit", "", "", ButtonStyle::Entry, false, false},
     {Command::ViewEnd, "mnuViewEnd", "", "", ButtonStyle::Entry, false, false},
     {Command::ViewPeakPoint, "mnuViewPeakPoint", "", "", ButtonStyle::Entry, false, false},
     {Command::ViewCursors, "mnuViewCursors", "", "", ButtonStyle::Entry, true, false},
+    {Command::ViewNoiseBand, "mnuViewNoiseBand", "", "", ButtonStyle::Entry, true, false},
+    {Command::ViewPeakTable, "mnuViewPeakTable", "", "", ButtonStyle::Entry, true, false},
+    {Command::ViewEventLog, "mnuViewEventLog", "", "", ButtonStyle::Entry, true, false},
     {Command::ViewConstellation, "mnuViewConstellation", "", "", ButtonStyle::Entry, true, false},
     {Command::ViewCopy, "mnuViewCopy", "", "", ButtonStyle::Entry, false, false},
     {Command::OptionsSnap, "mnuOptionsSnap", "", "", ButtonStyle::Entry, true, false},
@@ -208,6 +212,11 @@ inline constexpr const char* kCursorEntryCaptions[] = {"Set Cursor &1 Location",
 inline constexpr MenuRow kViewMenuTail[] = {
     {Command::ViewCursors, "View Cursors &Display"},
     kSeparator,
+    {Command::MeasureBand, "Meas&ure Between Cursors"},
+    {Command::ViewNoiseBand, "Set Noise Band"},
+    {Command::ViewPeakTable, "Pea&k Table"},
+    {Command::ViewEventLog, "Event Lo&g"},
+    kSeparator,
     {Command::ViewConstellation, "I/&Q Constellation"},
     {Command::ViewCopy, "&Copy/Capture Current View"},
 };
@@ -267,10 +276,10 @@ inline constexpr std::array<TraceCommandRow, kTraceCount> kTraceCommands = {{
     {Command::VideoAverage, kVideoAverageTrace},
     {Command::PeakHold, kPeakHoldTrace},
 }};
-// The pointer mode of each mode button.
-inline constexpr std::array<std::pair<Command, int>, 4> kModeButtons = {
+// The pointer mode of each mode button, and of the entry that marks the noise band.
+inline constexpr std::array<std::pair<Command, int>, 5> kModeButtons = {
     {{Command::ZoomWin, kZoomWindowMode}, {Command::ZoomIn, kZoomInMode}, {Command::ZoomOut, kZoomOutMode},
-     {Command::Pan, kPanMode}}};
+     {Command::Pan, kPanMode}, {Command::ViewNoiseBand, kNoiseBandMode}}};
 
 // The five movement commands in the two move types: peak points and all points.
 struct MoveCommandRow {

@@ -25,6 +25,14 @@ void DisplayState::Apply(const ViewerSettings& s, std::array<bool, kTraceCount>&
   Navigation.MoveByPeaks = s.PointMoves != 0;
   Navigation.Threshold = s.PeakThreshold;
   for (size_t t = 0; t < kTraceKeys.size(); ++t) traceVisible[t] = s.*kTraceKeys[t];
+  const MeasureSettings& m = s.Measure;
+  Measure.Noise.reset();
+  if (m.NoiseBand) Measure.Noise = BandMHz{(*m.NoiseBand)[0], (*m.NoiseBand)[1]};
+  Measure.Limits = {m.ChannelPowerLimit, m.CarrierToNoiseLimit};
+  Measure.Average = m.Average;
+  MeasurePanel = m.MeasurePanel;
+  PeakTable = m.PeakTable;
+  EventLog = m.EventLog;
 }
 
 void DisplayState::SaveTo(ViewerSettings& s, const std::array<bool, kTraceCount>& traceVisible) const {
@@ -38,6 +46,15 @@ void DisplayState::SaveTo(ViewerSettings& s, const std::array<bool, kTraceCount>
   s.PointMoves = Navigation.MoveByPeaks ? 1 : 0;
   s.PeakThreshold = Navigation.Threshold;
   for (size_t t = 0; t < kTraceKeys.size(); ++t) s.*kTraceKeys[t] = traceVisible[t];
+  MeasureSettings& m = s.Measure;
+  m.NoiseBand.reset();
+  if (Measure.Noise) m.NoiseBand = std::array<double, 2>{Measure.Noise->Low, Measure.Noise->High};
+  m.ChannelPowerLimit = Measure.Limits.ChannelPowerDb;
+  m.CarrierToNoiseLimit = Measure.Limits.CarrierToNoiseDb;
+  m.Average = Measure.Average;
+  m.MeasurePanel = MeasurePanel;
+  m.PeakTable = PeakTable;
+  m.EventLog = EventLog;
 }
 
 std::array<std::string, 6> CursorReadouts(const DisplayState& state, double freqScale, const std::string& freqFormat) {

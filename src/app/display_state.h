@@ -6,6 +6,7 @@
 #include <string>
 
 #include "dsp/point_navigation.h"
+#include "measure/band_watch.h"
 #include "store/viewer_settings.h"
 #include "view/cursor_mark.h"
 #include "view/palette.h"
@@ -22,6 +23,10 @@ struct DisplayState {
   bool CursorDisplay = false;
   std::array<CursorMark, 2> Cursors{};
   PointNavigation Navigation;  // the move type, the threshold, the active trace, the point remembered
+  WatchOptions Measure;        // the noise band, the limits and the average of the measured band
+  bool MeasurePanel = false;   // the panels shown: the measurement between the cursors,
+  bool PeakTable = false;      // the peak table
+  bool EventLog = false;       // and the event log
 
   const Palette& ActiveColors() const { return Palettes[ActivePalette == kPrintingPalette ? 1 : 0]; }
   // Both cursors are on the plot: what "Zoom to Fit Cursors" needs.

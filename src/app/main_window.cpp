@@ -18,6 +18,7 @@
 
 #include "app/cursor_panel.h"
 #include "app/entry_box.h"
+#include "app/measure_desk.h"
 #include "app/plot_widget.h"
 #include "app/window_text.h"
 #include "app/status_panels.h"
@@ -91,6 +92,9 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   setMinimumSize(MinimumPixels());
   store_ = options_.SettingsFile.isEmpty() ? std::make_unique<SettingsStore>()
                                            : std::make_unique<SettingsStore>(options_.SettingsFile);
+  desk_ = new MeasureDesk(this, statusBar(), live_, display_, commands_, store_->FileName(),
+                          {[this](int point) { GoToPoint(point); }, [this](const std::string& text) { Notice(text); },
+                           [this] { UpdateView(); }});
   connect(cycle_.get(), &AcquisitionCycle::connectFinished, this, &frmMain::OnConnectFinished);
   // At start: geometry, palettes, configuration, the directory, the title, and
   // timerConnection for the unit used last.
@@ -150,6 +154,7 @@ PlotScene frmMain::Scene() const {
   scene.SelectedTrace = selection_.SelectedTrace;
   scene.SelectedPoint = selection_.SelectedPoint;
   scene.Constellation = display_.Constellation;
+  desk_->Decorate(scene);
   return scene;
 }
 

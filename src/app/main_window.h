@@ -38,6 +38,7 @@ namespace tavrix {
 
 class CursorPanel;
 class EntryBox;
+class MeasureDesk;
 class SettingsStore;
 class PlotWidget;
 class StatusPanels;
@@ -128,6 +129,8 @@ class frmMain : public QMainWindow {
   void MovePoint(PointMove move);
   void comboPeakPoint_Click(int index);
   void mnuViewPeakPoint_Click();
+  // Selects a point of the active trace as the moves do, and shows it.
+  void GoToPoint(int point, bool atLastSelected = false);
   // The left press in Select mode at a plot position: a placement, or the nearest point.
   void SelectPress(float x, float y);
   // Moves the mouse pointer onto a plot position (a point chosen by a move or a snap).
@@ -157,6 +160,7 @@ class frmMain : public QMainWindow {
   QMenu* DropDown(Command button) const { return commands_.DropDown(button); }
   StatusPanels* Panels() const { return panels_; }
   CursorPanel* Cursors() const { return cursorPanel_; }
+  MeasureDesk* Desk() const { return desk_; }
   PlotWidget* Plot() const { return picSpectrum_; }
   QScrollBar* VScroll() const { return vScroll_; }
   QScrollBar* HScroll() const { return hScroll_; }
@@ -278,6 +282,7 @@ class frmMain : public QMainWindow {
   StatusPanels* panels_ = nullptr;
   CursorPanel* cursorPanel_ = nullptr;
   CommandSet commands_;
+  MeasureDesk* desk_ = nullptr;  // the measurement panels
   EntryBox* txtThreshold_ = nullptr;
   EntryBox* txtPoint_ = nullptr;
   EntryBox* txtFreq_ = nullptr;

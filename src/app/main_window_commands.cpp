@@ -4,6 +4,7 @@
 
 #include "app/command_table.h"
 #include "app/main_window.h"
+#include "app/measure_desk.h"
 
 namespace tavrix {
 
@@ -44,6 +45,11 @@ void frmMain::RunCommand(Command command, int index) {
       display_.Constellation = !display_.Constellation;
       return UpdateView();
     case Command::ViewCopy: return mnuViewCopy_Click();
+    case Command::MeasureBand:
+    case Command::ViewPeakTable:
+    case Command::ViewEventLog:
+      desk_->Toggle(command);
+      return UpdateView();
     // The window option changes the next capture's spectrum; snap and panel act on the
     // next press.
     case Command::OptionsSnap: return ToggleOption(&DisplayState::SnapToPoint);
@@ -155,6 +161,7 @@ void frmMain::ShowCommands() {
                                                              : live_.State.Traces.DataValid);
   commands_.ShowMoveType(d.Navigation.MoveByPeaks);
   commands_.CheckPresets(live_.View.CheckedDB, live_.View.CheckedFB);
+  desk_->Show();
 }
 
 }  // namespace tavrix

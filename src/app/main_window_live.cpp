@@ -9,6 +9,7 @@
 
 #include "app/command_table.h"
 #include "app/main_window.h"
+#include "app/measure_desk.h"
 #include "app/window_text.h"
 #include "app/project_icons.h"
 #include "app/save_dialog.h"
@@ -55,6 +56,8 @@ uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
   panels_->SetText("CenterFreq", Text(r.CenterFreqPanel));
   panels_->SetText("SampleRate", Text(r.SampleRatePanel));
   if (r.StatusText) panels_->SetText("Status", Text(*r.StatusText));
+  const std::optional<ModemInfo> unit = CurrentModem();
+  desk_->AddCapture(unit ? unit->Name : std::string());
   UpdateView();
   // The bar stays full a moment after each capture, then empties: a capture indicator.
   QTimer::singleShot(kCaptureBlinkMs, progress, [progress] {
@@ -68,6 +71,7 @@ void frmMain::ForgetCaptures() {
   // Another unit's band must never be shown under this unit's name: everything a capture
   // set goes back to how it was before the first one.
   live_.ForgetCaptures();
+  desk_->Forget();
   selection_ = {};
   panels_->SetText("CenterFreq", {});
   panels_->SetText("SampleRate", {});

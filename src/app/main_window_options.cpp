@@ -15,6 +15,7 @@
 #include "app/about_box.h"
 #include "app/command_table.h"
 #include "app/main_window.h"
+#include "app/measure_desk.h"
 #include "app/window_text.h"
 #include "app/plot_widget.h"
 #include "app/save_dialog.h"
@@ -80,7 +81,7 @@ void frmMain::mnuFileSaveView_Click() {
   PlotScene scene = Scene();
   scene.Colors = display_.Palettes[kPrintingPalette];
   QString error;
-  if (!SaveViewFile(scene, picSpectrum_->size(), picSpectrum_->devicePixelRatioF(), path, &error))
+  if (!SaveViewFile(scene, picSpectrum_->size(), picSpectrum_->devicePixelRatioF(), path, &error, desk_->FigureTexts()))
     notices_->Ask(error.toStdString(), kProgramTitle, MessageButtons::Ok, MessageIcon::Critical);
 }
 
@@ -124,6 +125,7 @@ PageFacts frmMain::PrintedPageFacts() const {
     const QString name = c < 2 ? QString("Cursor %1").arg(c + 1) : QString("Delta");
     facts.Readings << name + ":  " + Text(cursors[2 * c]) + ", " + Text(cursors[2 * c + 1]);
   }
+  facts.Readings << desk_->FigureTexts();  // while the measurement panel is shown
   return facts;
 }
 

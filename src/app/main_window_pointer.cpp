@@ -13,6 +13,7 @@
 #include "app/command_table.h"
 #include "app/entry_box.h"
 #include "app/main_window.h"
+#include "app/measure_desk.h"
 #include "app/window_text.h"
 #include "app/plot_widget.h"
 #include "app/pointer_images.h"
@@ -35,6 +36,7 @@ QCursor PointerFor(PointerImage image) {
     case PointerImage::PlaceCursor1: look = &kPointerCursor1; break;
     case PointerImage::PlaceCursor2: look = &kPointerCursor2; break;
     case PointerImage::PlaceThreshold: look = &kPointerThreshold; break;
+    case PointerImage::NoiseBand: look = &kPointerNoiseBand; break;
     default: break;
   }
   constexpr int kSide = 32;
@@ -68,6 +70,7 @@ void frmMain::ConnectPlotMouse() {
 
 void frmMain::ApplyMouseOutcome(const MouseOutcome& outcome) {
   if (outcome.ModesChanged) ShowModes();
+  if (outcome.NoiseBand) desk_->SetNoiseBand(outcome.NoiseBand->first, outcome.NoiseBand->second);
   ApplyViewOutcome(outcome.View);
 }
 
@@ -114,8 +117,13 @@ void frmMain::MovePoint(PointMove move) {
   }
   const int point = MoveTarget(move, t, display_.Navigation, selection_);
   if (point == 0) return;  // a move that finds no point changes nothing
+  GoToPoint(point, move == PointMove::LastSelected);
+}
+
+void frmMain::GoToPoint(int point, bool atLastSelected) {
+  if (point < 1 || point > kPointCount || !KeepActiveTraceVisible()) return;
   SelectPoint(display_.Navigation.ActiveTrace, point, false);
-  display_.Navigation.AtLastSelected = move == PointMove::LastSelected;
+  display_.Navigation.AtLastSelected = atLastSelected;
   const float x = live_.View.CenterX(), y = live_.View.CenterY();
   live_.View.KeepInView(x, y);
   UpdateView();

@@ -21,5 +21,7 @@ inline constexpr PointerImageRow kPointerPan{":/icons/PointerPan", 15, 15};
 inline constexpr PointerImageRow kPointerCursor1{":/icons/PointerCursor1", 15, 15};
 inline constexpr PointerImageRow kPointerCursor2{":/icons/PointerCursor2", 15, 15};
 inline constexpr PointerImageRow kPointerThreshold{":/icons/PointerThreshold", 15, 15};
+// Marking the noise band: the small crosshair at the upper left, as for a zoom window.
+inline constexpr PointerImageRow kPointerNoiseBand{":/icons/PointerNoiseBand", 6, 6};
 
 }  // namespace tavrix

@@ -1,5 +1,7 @@
 #include "ui/pointer_modes.h"
 
+#include <algorithm>
+
 namespace tavrix {
 
 void PointerModes::ModeButtonClick(int mode) {
@@ -24,6 +26,7 @@ PointerImage PointerModes::Image() const {
     case kZoomInMode: return PointerImage::ZoomIn;
     case kZoomOutMode: return PointerImage::ZoomOut;
     case kPanMode: return PointerImage::Pan;
+    case kNoiseBandMode: return PointerImage::NoiseBand;
     default: break;
   }
   if (PlacingThreshold) return PointerImage::PlaceThreshold;
@@ -38,8 +41,10 @@ MouseOutcome PlotMouse::Press(int button, float x, float y) {
   pressX_ = x;
   pressY_ = y;
   if (button == kLeftButton && modes_.Mode == kSelectMode) out.SelectPress = true;
-  // A left drag in Zoom Window mode, or a middle drag in any mode, draws a band.
-  if ((button == kLeftButton && modes_.Mode == kZoomWindowMode) || button == kMiddleButton) band_ = {x, y, x, y};
+  // A left drag in Zoom Window mode or while marking the noise band, or a middle drag in
+  // any mode, draws a band.
+  const bool dragsBand = modes_.Mode == kZoomWindowMode || modes_.Mode == kNoiseBandMode;
+  if ((button == kLeftButton && dragsBand) || button == kMiddleButton) band_ = {x, y, x, y};
   return out;
 }
 
@@ -62,6 +67,11 @@ MouseOutcome PlotMouse::Release(int button, float x, float y) {
     }
     if (modes_.Mode == kZoomWindowMode || modes_.Mode == kMiddleDragMode)
       out.View = view_.ZoomToBand(band_.X1, band_.Y1, band_.X2, band_.Y2);
+    // A noise band takes the dragged frequencies; a band without width marks nothing.
+    if (modes_.Mode == kNoiseBandMode && band_.X1 != band_.X2) {
+      out.NoiseBand = std::minmax(band_.X1, band_.X2);
+      modes_.EndMode();
+    }
     band_ = {};
     out.ModesChanged = true;
   }

@@ -1,5 +1,7 @@
 #pragma once
 #include <array>
+#include <optional>
+#include <utility>
 
 #include "view/view_window.h"
 
@@ -13,6 +15,7 @@ enum PointerMode : int {
   kZoomOutMode = 3,
   kPanMode = 5,
   kMiddleDragMode = 6,  // a middle-button drag, for the rest of the gesture
+  kNoiseBandMode = 7,   // a left drag marks the noise band, then Select mode again
 };
 
 // The four mode buttons of the toolbar and their View menu entries.
@@ -21,15 +24,16 @@ struct ModeCommand {
   const char* ButtonKey;
   const char* Entry;
 };
-inline constexpr std::array<ModeCommand, 4> kModeCommands = {{
+inline constexpr std::array<ModeCommand, 5> kModeCommands = {{
     {kZoomWindowMode, "ZoomWin", "mnuViewZoomWin"},
     {kZoomInMode, "ZoomIn", "mnuViewZoomIn"},
     {kZoomOutMode, "ZoomOut", "mnuViewZoomOut"},
     {kPanMode, "Pan", "mnuViewPan"},
+    {kNoiseBandMode, "NoiseBand", "mnuViewNoiseBand"},
 }};
 
 // What the plot's mouse pointer shows.
-enum class PointerImage { Cross, ZoomWindow, ZoomIn, ZoomOut, Pan, PlaceCursor1, PlaceCursor2, PlaceThreshold };
+enum class PointerImage { Cross, ZoomWindow, ZoomIn, ZoomOut, Pan, PlaceCursor1, PlaceCursor2, PlaceThreshold, NoiseBand };
 
 // The pointer mode and the pending placements. Placements are independent of the mode:
 // they survive mode changes and are consumed by the next left press in Select mode.
@@ -70,6 +74,8 @@ struct MouseOutcome {
   ViewOutcome View;          // a view change to draw, a limit notice
   bool SelectPress = false;  // a left press in Select mode: select the nearest point or place
   bool ModesChanged = false;  // buttons, menu checks and the pointer follow the modes
+  // A noise band dragged across the plot: its two edges in plot units, lower first.
+  std::optional<std::pair<float, float>> NoiseBand;
 };
 
 // The plot's mouse handling: presses, drags and releases in plot units, with the click

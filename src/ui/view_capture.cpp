@@ -6,6 +6,9 @@
 #include <QPainter>
 #include <QSvgGenerator>
 
+#include <algorithm>
+#include <cmath>
+
 #include "common/file_io.h"
 #include "view/plot_renderer.h"
 #include "view/window_layout.h"
@@ -18,6 +21,34 @@ QString Failed(const QString& fileName, const QString& reason) {
   return QString("The view could not be saved to %1: %2").arg(fileName, reason);
 }
 
+// The notes under a saved plot: in the legend's face, two columns once there are more than three.
+constexpr double kNotesPad = 6;
+int NotesRows(const QStringList& notes) {
+  return static_cast<int>(notes.size() > 3 ? (notes.size() + 1) / 2 : notes.size());
+}
+double NotesHeight(const QStringList& notes) {
+  return notes.isEmpty() ? 0 : NotesRows(notes) * QFontMetricsF(LegendFont()).lineSpacing() + 2 * kNotesPad;
+}
+
+// The plot at `size`, and the strip of notes under it.
+void DrawView(QPainter& painter, const QSize& size, const PlotScene& scene, const QStringList& notes) {
+  DrawPlotScene(painter, QSizeF(size), scene);
+  if (notes.isEmpty()) return;
+  const QRectF strip(0, size.height(), size.width(), NotesHeight(notes));
+  painter.fillRect(strip, ToColor(scene.Colors[kBackgroundColor]));
+  painter.setPen(QPen(ToColor(scene.Colors[kGridLinesColor]), 0));
+  painter.drawLine(strip.topLeft(), strip.topRight());
+  painter.setFont(LegendFont());
+  painter.setPen(ToColor(scene.Colors[kLegendColor]));
+  const QFontMetricsF fm(painter.font(), painter.device());
+  const int rows = NotesRows(notes);
+  for (qsizetype i = 0; i < notes.size(); ++i) {
+    const double x = kNotesPad + (i >= rows ? strip.width() / 2 : 0);
+    painter.drawText(QPointF(x, strip.top() + kNotesPad + fm.ascent() + static_cast<double>(i % rows) * fm.lineSpacing()),
+                     notes[i]);
+  }
+}
+
 }  // namespace
 
 ViewFileKind ViewFileKindOf(const QString& fileName) {
@@ -25,22 +56,30 @@ ViewFileKind ViewFileKindOf(const QString& fileName) {
 }
 
 bool SaveViewFile(const PlotScene& scene, const QSize& size, qreal devicePixelRatio, const QString& fileName,
-                  QString* error) {
+                  QString* error, const QStringList& notes) {
   // The picture is made in memory and written by the one file writer, which replaces a
   // file only once it is whole and reports a failed write in the system's words.
   QByteArray bytes;
   QBuffer buffer(&bytes);
   buffer.open(QIODevice::WriteOnly);
+  const QSize whole(size.width(), size.height() + static_cast<int>(std::ceil(NotesHeight(notes))));
   if (ViewFileKindOf(fileName) == ViewFileKind::Png) {
-    if (!RenderPlot(scene, size, devicePixelRatio).save(&buffer, "PNG")) {
+    QImage image(QSize(std::max(1, qRound(whole.width() * devicePixelRatio)),
+                       std::max(1, qRound(whole.height() * devicePixelRatio))),
+                 QImage::Format_RGB32);
+    image.setDevicePixelRatio(devicePixelRatio);
+    QPainter painter(&image);
+    DrawView(painter, size, scene, notes);
+    painter.end();
+    if (!image.save(&buffer, "PNG")) {
       if (error != nullptr) *error = Failed(fileName, "the picture could not be written.");
       return false;
     }
   } else {
     QSvgGenerator svg;
     svg.setOutputDevice(&buffer);
-    svg.setSize(size);
-    svg.setViewBox(QRect(QPoint(0, 0), size));
+    svg.setSize(whole);
+    svg.setViewBox(QRect(QPoint(0, 0), whole));
     svg.setTitle(kProgramTitle);
     svg.setDescription("Spectrum view");
     QPainter painter;
@@ -48,7 +87,7 @@ bool SaveViewFile(const PlotScene& scene, const QSize& size, qreal devicePixelRa
       if (error != nullptr) *error = Failed(fileName, "the drawing could not be started.");
       return false;
     }
-    DrawPlotScene(painter, QSizeF(size), scene);
+    DrawView(painter, size, scene, notes);
     painter.end();
   }
   const std::string reason = WriteFileAtomically(fileName.toStdString(), std::string_view(bytes.constData(), bytes.size()));

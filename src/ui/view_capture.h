@@ -16,11 +16,12 @@ enum class ViewFileKind { Png, Svg };
 ViewFileKind ViewFileKindOf(const QString& fileName);
 
 // Writes the plot as `scene` draws it at `size` logical pixels: a PNG at the given pixel
-// ratio, or an SVG drawing (the same routine onto Qt's SVG generator). The file is
-// replaced only once it is complete, so a failure leaves an existing file as it was.
-// On failure, false and one sentence in `error`.
+// ratio, or an SVG drawing (the same routine onto Qt's SVG generator). With `notes` (the
+// measurement's figures) the picture grows by a strip under the plot that holds them. The
+// file is replaced only once it is complete, so a failure leaves an existing file as it
+// was. On failure, false and one sentence in `error`.
 bool SaveViewFile(const PlotScene& scene, const QSize& size, qreal devicePixelRatio, const QString& fileName,
-                  QString* error);
+                  QString* error, const QStringList& notes = {});
 
 // What a printed page says about the capture beside the plot.
 struct PageFacts {

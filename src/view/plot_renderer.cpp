@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <vector>
 
 namespace tavrix {
@@ -16,6 +17,7 @@ namespace {
 constexpr int kRunLength = kPointCount / 2;  // the two halves are drawn as separate runs
 constexpr double kFarPixels = 1e6;           // trace points further out are pulled in to here
 constexpr int kKeyOpacity = 160;             // of 255: the traces under the key stay visible, dimmed
+constexpr int kBandOpacity = 48;             // of 255: a shaded band tints the plot, the traces draw over it
 constexpr const char* kLevelAxisText = "Amplitude (dB)";
 constexpr const char* kFrequencyAxisText = "Frequency (MHz)";
 
@@ -75,6 +77,27 @@ void DrawTraces(QPainter& painter, const PlotMapping& map, const PlotScene& scen
     if (!scene.Traces->TraceVisible[static_cast<size_t>(trace)]) continue;
     painter.setPen(TracePen(scene.Colors[color], 1));
     DrawTrace(painter, map, *scene.Traces, trace, points);
+  }
+}
+
+// The measured band in the legend's colour and the noise band in the threshold's, each
+// named at its top where it is wide enough for the name.
+void DrawShadedBands(QPainter& painter, const PlotMapping& map, const PlotScene& scene) {
+  const PixelRect& a = map.Area();
+  const QFontMetricsF fm(painter.font(), painter.device());
+  for (const auto& [band, color, name] : {std::tuple{&scene.MeasuredBand, kLegendColor, "Band"},
+                                          std::tuple{&scene.NoiseBand, kThresholdColor, "Noise"}}) {
+    if (!band->has_value()) continue;
+    const double left = std::max(a.Left, Pull(map.ToPixelX((*band)->Left)));
+    const double right = std::min(a.Right(), Pull(map.ToPixelX((*band)->Right)));
+    if (right < left) continue;  // out of view
+    QColor shade = ToColor(scene.Colors[color]);
+    shade.setAlpha(kBandOpacity);
+    painter.fillRect(QRectF(left, a.Top, std::max(1.0, right - left), a.Height), shade);
+    if (right - left > fm.horizontalAdvance(name) + 6) {
+      painter.setPen(ToColor(scene.Colors[color]));
+      painter.drawText(QPointF(left + 3, a.Top + 3 + fm.ascent()), name);
+    }
   }
 }
 
@@ -255,6 +278,7 @@ PlotMapping DrawPlotScene(QPainter& painter, const QSizeF& size, const PlotScene
   const PixelRect& a = map.Area();
 
   painter.setClipRect(QRectF(a.Left, a.Top, a.Width + 1, a.Height + 1));
+  DrawShadedBands(painter, map, scene);
   DrawTraces(painter, map, scene);
   painter.setClipping(false);
 

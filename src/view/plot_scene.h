@@ -1,5 +1,6 @@
 #pragma once
 #include <array>
+#include <optional>
 
 #include "dsp/capture_block.h"
 #include "dsp/trace_set.h"
@@ -9,6 +10,12 @@
 
 namespace tavrix {
 
+
+// A band shaded across the plot's full height, in plot units (Left <= Right).
+struct ShadedBand {
+  double Left = 0.0;
+  double Right = 0.0;
+};
 
 // Everything one redraw shows, as a plain value: the same scene gives the same picture
 // on the window, in a PNG, on the clipboard and on paper.
@@ -23,6 +30,10 @@ struct PlotScene {
   std::array<CursorMark, 2> Cursors{};
   int SelectedTrace = -1;
   int SelectedPoint = 0;  // 1..2048, 0 for none
+  // The band measured between the cursors and its noise band, shaded lightly under the
+  // traces in two shades; none when not measured.
+  std::optional<ShadedBand> MeasuredBand;
+  std::optional<ShadedBand> NoiseBand;
 
   // Instead of the spectrum: the samples of the latest capture, I across and Q down.
   bool Constellation = false;
