@@ -116,6 +116,9 @@ void UnitMonitor::Measure(int64_t timeMs) {
       std::string line = EventLogLine({std::chrono::system_clock::time_point(std::chrono::milliseconds(timeMs)),
                                        config_.Name, change});
       while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
+      // One event, one log line, whatever the unit's name holds.
+      for (size_t at = line.find_first_of("\r\n"); at != std::string::npos; at = line.find_first_of("\r\n", at))
+        line.replace(at, 1, line[at] == '\n' ? "\\n" : "\\r");
       if (services_.log) services_.log("alarm " + line);
     }
     out.PowerAlarm.reset();

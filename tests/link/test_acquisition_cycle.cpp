@@ -306,7 +306,7 @@ class AcquisitionCycleTest : public QObject {
     START_SIMULATOR(healthy);
     START_SIMULATOR(stalled, "--stall-transfer", "2.5");
     LinkPool pool(2);
-    const CycleTiming timing{.pollMs = 1000, .connectionMs = 0, .requestWaitMs = 20, .releaseWaitMs = 20,
+    const CycleTiming timing{.pollMs = 1500, .connectionMs = 0, .requestWaitMs = 20, .releaseWaitMs = 20,
                              .unattended = true};
     const FtpLimits limits{.connectTimeoutMs = 2000, .transferTimeoutMs = 4000, .stallTimeoutMs = 2000,
                            .releasePauseMs = 0};

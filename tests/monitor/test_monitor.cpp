@@ -61,7 +61,7 @@ void WriteText(const QString& path, const std::string& text) {
 }
 
 std::string UnitToml(const std::string& name, const std::string& address, const std::string& bands = {}) {
-  return "[[unit]]\nname = \"" + name + "\"\naddress = \"" + address + "\"\ninterval = 1.0\n" + bands;
+  return "[[unit]]\nname = \"" + name + "\"\naddress = \"" + address + "\"\ninterval = 1.5\n" + bands;
 }
 
 // A band on the simulator's narrow carrier (centre 70 MHz) with its noise band and limits.
@@ -239,7 +239,7 @@ class MonitorTest : public QObject {
                         UnitToml("gone", dead));
     QStringList log;
     DaemonOptions options;
-    options.Limits = FtpLimits{.connectTimeoutMs = 1000, .transferTimeoutMs = 3000, .stallTimeoutMs = 1500};
+    options.Limits = FtpLimits{.connectTimeoutMs = 1000, .transferTimeoutMs = 4000, .stallTimeoutMs = 2500};
     options.RequestWaitMs = options.ReleaseWaitMs = 20;
     auto daemon = std::make_unique<MonitorDaemon>(path.toStdString(),
                                                   [&log](const std::string& line) { log << QString::fromStdString(line); },
