@@ -98,7 +98,8 @@ MeasurePanel::MeasurePanel(QAction* markNoiseBand, QWidget* parent) : QWidget(pa
   average_->setToolTip("Each capture weighs about a tenth; at one capture every 3 s, 30 s");
   column->addWidget(average_);
   connect(average_, &QCheckBox::toggled, this, &MeasurePanel::averageEdited);
-  column->addStretch(1);
+  // No taller than its read-outs: the panels under it take the rest.
+  setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 }
 
 void MeasurePanel::EmitLimits() {

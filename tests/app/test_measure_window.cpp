@@ -35,6 +35,14 @@ struct MeasuringWindow : WindowHarness {
     w->Action(Command::ViewCursor, index)->trigger();
     QTest::mouseClick(w->Plot(), Qt::LeftButton, {}, AtMHz(mhz));
   }
+  // Set Noise Band, then a drag across the plot from `low` to `high` MHz.
+  void DragNoiseBand(double low, double high) const {
+    w->Action(Command::ViewNoiseBand)->trigger();
+    QTest::mousePress(w->Plot(), Qt::LeftButton, {}, AtMHz(low));
+    QMouseEvent drag(QEvent::MouseMove, AtMHz(high), w->Plot()->mapToGlobal(AtMHz(high)), Qt::NoButton, Qt::LeftButton, {});
+    QApplication::sendEvent(w->Plot(), &drag);
+    QTest::mouseRelease(w->Plot(), Qt::LeftButton, {}, AtMHz(high));
+  }
   MeasuredTrace Shown() const { return MeasuredTrace(w->Live().State.Traces, kCurrentTrace, Scale()); }
   QString Figure(const char* name) const { return w->Desk()->Panel()->Figure(name); }
   QStringList LogLines() const {
@@ -90,12 +98,7 @@ class MeasureWindowTest : public QObject {
       }
 
       // A noise band dragged beside the carrier: C/N over it, no longer estimated.
-      h.w->Action(Command::ViewNoiseBand)->trigger();
-      QTest::mousePress(h.w->Plot(), Qt::LeftButton, {}, h.AtMHz(66.3));
-      QMouseEvent drag(QEvent::MouseMove, h.AtMHz(67.3), h.w->Plot()->mapToGlobal(h.AtMHz(67.3)), Qt::NoButton,
-                       Qt::LeftButton, {});
-      QApplication::sendEvent(h.w->Plot(), &drag);
-      QTest::mouseRelease(h.w->Plot(), Qt::LeftButton, {}, h.AtMHz(67.3));
+      h.DragNoiseBand(66.3, 67.3);
       const std::optional<BandMHz> noise = h.w->Display().Measure.Noise;
       QVERIFY(noise && std::fabs(noise->Low - 66.3) < 0.1 && std::fabs(noise->High - 67.3) < 0.1);
       QCOMPARE(h.w->Modes().Mode, int(kSelectMode));
@@ -151,6 +154,11 @@ class MeasureWindowTest : public QObject {
     QCOMPARE(h.w->Display().Navigation.LastSelectedPoint, 0);  // as with a move, nothing remembered
     h.w->tbMain_ButtonClick(Command::PreviousPoint);
     QCOMPARE(h.w->CurrentSelection().SelectedPoint, table->item(4, 0)->text().toInt());
+    // With a noise band, each level above its density.
+    h.DragNoiseBand(66.3, 67.3);
+    const double noise = PowerDb(*MeanNoiseDensity(h.Shown(), {*h.w->Display().Measure.Noise}));
+    const double above = table->item(0, 2)->text().toDouble() - noise;  // to the level's printed digits
+    QVERIFY2(std::fabs(table->item(0, 3)->text().toDouble() - above) < 0.002, qPrintable(table->item(0, 3)->text()));
   }
 };
 

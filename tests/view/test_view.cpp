@@ -502,6 +502,20 @@ class ViewTest : public QObject {
     QCOMPARE(RenderPlot(scene, kSize, 1), plain);
   }
 
+  // The measured band and the noise band tint the plot in two shades; the trace draws over both.
+  void bandsAreShadedUnderTheTraces() {
+    const TraceSet traces = FlatTraces(53);
+    PlotScene scene = SceneOf(traces);
+    scene.MeasuredBand = ShadedBand{100, 140};
+    scene.NoiseBand = ShadedBand{200, 220};
+    const QImage image = RenderPlot(scene, kSize, 1);
+    const PlotMapping map = MappingFor(kSize);
+    const auto at = [&](double x) { return image.pixel(Pixel(map.ToPixelX(x)), Pixel(map.ToPixelY(83))); };
+    QVERIFY(at(117) != qRgb(0, 0, 0) && at(213) != qRgb(0, 0, 0) && at(117) != at(213));
+    QCOMPARE(at(170), qRgb(0, 0, 0));
+    QCOMPARE(CountInColumn(image, Pixel(map.ToPixelX(117)) + 1, Rgb(scene.Colors[kSpectrumColor])), 1);
+  }
+
   void samePictureEveryTimeAndPalettesDiffer() {
     const TraceSet traces = FlatTraces(30);
     PlotScene scene = SceneOf(traces);
