@@ -11,7 +11,13 @@
 #                               folder and the switch between them, with a window manager
 #                               so that the title bar shows the unit
 #   printed-page.png            File > Print... to a PDF, in the printing palette
-# BUILD_DIR names the build to use (default build/release, built first).
+#   measuring-carriers.png      the wide carrier measured between the cursors with a noise
+#                               band beside it, a C/N limit above its C/N raising the alarm,
+#                               the peak table and the event log
+# BUILD_DIR names the build to use (default build/release, built first). Names of pictures
+# given as arguments make those alone (measuring-carriers.png, or printed-page.png for the
+# four of the directory and printing).
+# SCALE=2 makes measuring-carriers@2x.png instead, at device pixel ratio 2, to look at.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh --docs >/dev/null
@@ -214,9 +220,44 @@ directory_and_printing() {
   cleanup
 }
 
-shoot 1 viewer.png
-label_window
-shoot 2 viewer@2x.png
-shoot 1 view-menu.png alt+v
-shoot 1 measuring.png measure
-directory_and_printing
+# measure_carriers NAME: the measurement panels on the simulated unit at 1280x760 logical
+# pixels; the clicks and drags are at places of that window, times the scale.
+measure_carriers() {
+  local s=${SCALE:-1} name=$1
+  [[ $s == 1 ]] || name=${name%.png}@${s}x.png
+  start_screen $((1300 * s)) $((800 * s))
+  mkdir -p "$work/settings-$name"
+  XDG_CONFIG_HOME=$work/settings-$name QT_SCALE_FACTOR=$s "$bin" --demo >/dev/null 2>&1 &
+  pids+=($!)
+  local window; window=$(wait_window "Connected to Simulated Demodulator")
+  xdotool windowsize "$window" $((1280 * s)) $((760 * s))
+  xdotool windowmove "$window" 0 0
+  at() { local x=$(($1 * s)) y=$(($2 * s)); shift 2; xdotool mousemove "$x" "$y" "$@"; }
+  at 640 300 click 1  # the plot takes the keys
+  sleep 7
+  # The cursors either side of the wide carrier (56.0 and 65.9 MHz), then View > Measure
+  # Between Cursors, Peak Table and Event Log.
+  xdotool key alt+v; sleep 0.3; xdotool key 1; sleep 0.3; at 238 250 click 1; sleep 0.3
+  xdotool key alt+v; sleep 0.3; xdotool key 2; sleep 0.3; at 535 250 click 1; sleep 0.3
+  for entry in u k g; do xdotool key alt+v; sleep 0.3; xdotool key $entry; sleep 0.5; done
+  # Set Noise Band on the panel, a drag from 66.3 to 67.3 MHz; a C/N limit of 20 dB.
+  at 1121 247 click 1; sleep 0.3
+  at 383 150 mousedown 1; at 392 250; sleep 0.1; at 402 350 mouseup 1; sleep 0.5
+  at 1163 349 click 1; sleep 0.2; xdotool key ctrl+a; xdotool type 20; xdotool key Return; sleep 0.2
+  at 901 349 click 1
+  at 1299 799
+  sleep 7  # two captures: the alarm and its line
+  import -window "$window" "$out/$name"
+  echo "wrote $out/$name"
+  cleanup
+}
+
+wanted=" $* "
+want() { [[ "$wanted" == "  " || "$wanted" == *" $1 "* ]]; }
+want viewer.png && shoot 1 viewer.png && label_window
+want viewer@2x.png && shoot 2 viewer@2x.png
+want view-menu.png && shoot 1 view-menu.png alt+v
+want measuring.png && shoot 1 measuring.png measure
+want printed-page.png && directory_and_printing
+want measuring-carriers.png && measure_carriers measuring-carriers.png
+exit 0
