@@ -78,21 +78,28 @@ start_unit() {
   [[ -n "$unit_port" ]] || { echo "the simulated unit $name did not start: $(cat "$work/$name.err")" >&2; exit 1; }
 }
 
-# shoot SCALE NAME [MENU|measure]: the window at 1280x760 logical pixels after a few captures.
-shoot() {
-  local scale=$1 name=$2 menu=${3:-}
+# start_demo SCALE NAME: the viewer on its simulated unit on a virtual screen of its own, the
+# window at 1280x760 logical pixels in the top left corner; its id in $window.
+start_demo() {
+  local scale=$1 name=$2
   start_screen $((1300 * scale)) $((800 * scale))
   # A settings folder of its own: the picture never depends on (or changes) the settings
-  # of whoever runs this, and the traces switched on below start from their defaults.
+  # of whoever runs this, and what is switched on starts from its defaults.
   mkdir -p "$work/settings-$name"
   XDG_CONFIG_HOME=$work/settings-$name QT_SCALE_FACTOR=$scale "$bin" --demo >/dev/null 2>&1 &
   pids+=($!)
-  local window; window=$(wait_window "Connected to Simulated Demodulator")
+  window=$(wait_window "Connected to Simulated Demodulator")
   # A first start opens the window centred; at the top left corner the whole window is on
-  # the screen, and the clicks and crops below are in the screen's own pixels.
+  # the screen, and the clicks and crops are in the screen's own pixels.
   xdotool windowsize "$window" $((1280 * scale)) $((760 * scale))
   xdotool windowmove "$window" 0 0
   xdotool mousemove $((640 * scale)) $((300 * scale)) click 1  # the plot takes the keys
+}
+
+# shoot SCALE NAME [MENU|measure]: the window at 1280x760 logical pixels after a few captures.
+shoot() {
+  local scale=$1 name=$2 menu=${3:-} window
+  start_demo "$scale" "$name"
   sleep 0.3
   xdotool key alt+t; sleep 0.3; xdotool key h; sleep 0.3   # Tools > Peak Hold Trace
   xdotool key alt+t; sleep 0.3; xdotool key v; sleep 0.3   # Tools > Video Average Trace
@@ -225,15 +232,9 @@ directory_and_printing() {
 measure_carriers() {
   local s=${SCALE:-1} name=$1
   [[ $s == 1 ]] || name=${name%.png}@${s}x.png
-  start_screen $((1300 * s)) $((800 * s))
-  mkdir -p "$work/settings-$name"
-  XDG_CONFIG_HOME=$work/settings-$name QT_SCALE_FACTOR=$s "$bin" --demo >/dev/null 2>&1 &
-  pids+=($!)
-  local window; window=$(wait_window "Connected to Simulated Demodulator")
-  xdotool windowsize "$window" $((1280 * s)) $((760 * s))
-  xdotool windowmove "$window" 0 0
+  local window
+  start_demo "$s" "$name"
   at() { local x=$(($1 * s)) y=$(($2 * s)); shift 2; xdotool mousemove "$x" "$y" "$@"; }
-  at 640 300 click 1  # the plot takes the keys
   sleep 7
   # The cursors either side of the wide carrier (56.0 and 65.9 MHz), then View > Measure
   # Between Cursors, Peak Table and Event Log.
