@@ -125,8 +125,9 @@ void MeasurePanel::Show(const std::vector<FigureLine>& lines, const QString& noi
   const BandLimits& l = options.Limits;
   powerOn_->setChecked(l.ChannelPowerDb.has_value());
   cnOn_->setChecked(l.CarrierToNoiseDb.has_value());
-  if (l.ChannelPowerDb) power_->setValue(*l.ChannelPowerDb);
-  if (l.CarrierToNoiseDb) cn_->setValue(*l.CarrierToNoiseDb);
+  // A level being typed is left alone: a capture in the meantime must not undo the typing.
+  if (l.ChannelPowerDb && !power_->hasFocus()) power_->setValue(*l.ChannelPowerDb);
+  if (l.CarrierToNoiseDb && !cn_->hasFocus()) cn_->setValue(*l.CarrierToNoiseDb);
   average_->setChecked(options.Average);
 }
 

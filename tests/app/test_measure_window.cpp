@@ -119,6 +119,12 @@ class MeasureWindowTest : public QObject {
       QVERIFY2(h.LogLines()[1].contains(",Sim,") && h.LogLines()[1].contains(",CN,") &&
                    h.LogLines()[1].endsWith(QString::asprintf(",%.3f,alarm", limit->value())),
                qPrintable(h.LogLines()[1]));
+      // A level half typed survives the redraws of the captures; the level entered counts.
+      limit->setFocus();
+      limit->selectAll();
+      QTest::keyClicks(limit, "4");
+      QVERIFY(h.Capture());
+      QCOMPARE(limit->text(), QString("4 dB"));
       limit->setValue(cn - 10);
       QVERIFY(h.Capture());
       QVERIFY(h.LogLines().size() == 3 && h.LogLines()[2].endsWith(QString::asprintf(",%.3f,clear", limit->value())));
