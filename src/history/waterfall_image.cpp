@@ -184,7 +184,8 @@ void DrawWaterfallPanel(QPainter& painter, const QSizeF& size, const WaterfallSc
   QString timeText = "Time (UTC)";
   if (shown > 0) {
     const std::string newest = UtcDay(scene.Rows->Newest(0).TimeMs), oldest = UtcDay(scene.Rows->Newest(shown - 1).TimeMs);
-    timeText = QString::fromStdString("Time (UTC, " + (oldest == newest ? newest : oldest + " to " + newest) + ")");
+    const QString dated = QString::fromStdString("Time (UTC, " + (oldest == newest ? newest : oldest + " to " + newest) + ")");
+    if (fm.horizontalAdvance(dated) <= exact.Height) timeText = dated;  // the days only where they fit
   }
   painter.translate(kGap + fm.ascent(), exact.Top + (exact.Height + fm.horizontalAdvance(timeText)) / 2);
   painter.rotate(-90);
