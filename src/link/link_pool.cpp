@@ -71,10 +71,13 @@ void LinkPool::Work() {
     }
     if (quit_) return;
     if (ready_.empty()) {
-      if (paused_.empty())
+      if (paused_.empty()) {
         wake_.wait(lock);
-      else
-        wake_.wait_until(lock, paused_.begin()->first);
+      } else {
+        // A copy: the strand may be finished, and its entry gone, while this thread waits.
+        const Clock::time_point until = paused_.begin()->first;
+        wake_.wait_until(lock, until);
+      }
       continue;
     }
     std::shared_ptr<Queue> queue = std::move(ready_.front());
