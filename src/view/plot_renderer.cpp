@@ -83,6 +83,7 @@ void DrawTraces(QPainter& painter, const PlotMapping& map, const PlotScene& scen
 // The measured band in the legend's colour and the noise band in the threshold's, each
 // named at its top where it is wide enough for the name.
 void DrawShadedBands(QPainter& painter, const PlotMapping& map, const PlotScene& scene) {
+  if (!scene.MeasuredBand && !scene.NoiseBand) return;
   const PixelRect& a = map.Area();
   const QFontMetricsF fm(painter.font(), painter.device());
   for (const auto& [band, color, name] : {std::tuple{&scene.MeasuredBand, kLegendColor, "Band"},
