@@ -59,9 +59,7 @@ std::vector<FigureLine> FigureLines(const BandReading& r) {
     lines.push_back({"C/N", "none"});
   }
   if (!r.NoiseProblem.empty()) lines.push_back({"Noise band", Capitalised(r.NoiseProblem)});
-  if (r.Averaged > 0)
-    lines.push_back({"Average", std::to_string(r.Averaged) + (r.Averaged == 1 ? " capture" : " captures") +
-                                    ", time constant " + std::to_string(kAverageCaptures) + " captures"});
+  if (r.Averaged > 0) lines.push_back({"Average", std::to_string(r.Averaged) + (r.Averaged == 1 ? " capture" : " captures")});
   return lines;
 }
 

@@ -56,8 +56,8 @@ struct FigureLine {
   std::string Value;
 };
 // Band, points, channel power, peak, centre, occupied bandwidth, noise density and C/N
-// (said to be estimated when the noise is), and the average when there is one; the problem
-// alone when nothing is measured.
+// (said to be estimated when the noise is), and how many captures the average holds when
+// there is one; the problem alone when nothing is measured.
 std::vector<FigureLine> FigureLines(const BandReading& reading);
 
 // The figures under their limits in a reading, e.g. "C/N 15.210 dB below 20.000 dB"; empty
