@@ -27,6 +27,10 @@ def main():
     with open(os.path.join(folder, "grafana-dashboard.json")) as dashboard:
         text = json.dumps(json.load(dashboard))
     asked |= {(name, "the dashboard") for name in re.findall(r"\b(tavrix_[a-z_]+)", text)}
+    # A variable that may hold several units, or one in a repeated row, is put in as a regular
+    # expression with its dots and brackets escaped: only =~ matches a name like "Rack A.1".
+    for matcher in sorted(set(re.findall(r'[a-z_]+=\\"\$[a-z_]+\\"', text))):
+        problems.append("the dashboard matches %s with = instead of =~" % matcher.replace('\\"', '"'))
     for name, where in sorted(asked):
         if name not in served:
             problems.append("%s asks for %s, which the daemon does not serve" % (where, name))
