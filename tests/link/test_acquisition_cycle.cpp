@@ -255,9 +255,10 @@ class AcquisitionCycleTest : public QObject {
     LinkPool pool(3);
     std::atomic<int> overlaps{0};
     std::vector<std::vector<int>> seen(4);
+    std::vector<std::atomic<int>> running(4);  // these outlive the strands, whose items use them
+    std::atomic<int> done{0};
     {
       std::vector<std::unique_ptr<LinkRunner>> strands;
-      std::vector<std::atomic<int>> running(4);
       for (int s = 0; s < 4; ++s) strands.push_back(pool.NewStrand());
       for (int i = 0; i < 40; ++i)
         for (int s = 0; s < 4; ++s)
@@ -267,9 +268,8 @@ class AcquisitionCycleTest : public QObject {
             std::this_thread::yield();
             --running[static_cast<size_t>(s)];
           });
-      std::atomic<bool> done{false};
-      strands[3]->Post([&] { done = true; });
-      QTRY_VERIFY_WITH_TIMEOUT(done.load(), kWaitMs);
+      for (const auto& strand : strands) strand->Post([&] { ++done; });
+      QTRY_COMPARE_WITH_TIMEOUT(done.load(), 4, kWaitMs);
     }  // each strand finishes here: nothing of it runs afterwards
     QCOMPARE(overlaps.load(), 0);
     for (const std::vector<int>& order : seen) QVERIFY(order.size() == 40 && std::ranges::is_sorted(order));
