@@ -33,6 +33,7 @@ void DisplayState::Apply(const ViewerSettings& s, std::array<bool, kTraceCount>&
   MeasurePanel = m.MeasurePanel;
   PeakTable = m.PeakTable;
   EventLog = m.EventLog;
+  History = s.History;
 }
 
 void DisplayState::SaveTo(ViewerSettings& s, const std::array<bool, kTraceCount>& traceVisible) const {
@@ -55,6 +56,7 @@ void DisplayState::SaveTo(ViewerSettings& s, const std::array<bool, kTraceCount>
   m.MeasurePanel = MeasurePanel;
   m.PeakTable = PeakTable;
   m.EventLog = EventLog;
+  s.History = History;
 }
 
 std::array<std::string, 6> CursorReadouts(const DisplayState& state, double freqScale, const std::string& freqFormat) {

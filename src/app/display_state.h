@@ -27,6 +27,7 @@ struct DisplayState {
   bool MeasurePanel = false;   // the panels shown: the measurement between the cursors,
   bool PeakTable = false;      // the peak table
   bool EventLog = false;       // and the event log
+  HistorySettings History;     // recording, the waterfall and the level strips
 
   const Palette& ActiveColors() const { return Palettes[ActivePalette == kPrintingPalette ? 1 : 0]; }
   // Both cursors are on the plot: what "Zoom to Fit Cursors" needs.

@@ -94,13 +94,13 @@ void WaterfallImage::DrawRowAt(const WaterfallRow& row, int firstLine) {
     std::memcpy(ring_.scanLine(Wrap(firstLine + k, lines)), pixels, bytes);
 }
 
-void WaterfallImage::Rebuild(const WaterfallRows& rows) {
+void WaterfallImage::Rebuild(const WaterfallRows& rows, size_t fromAge) {
   ring_.fill(background_);
   top_ = 0;
   const int lines = std::max(1, qRound(rowHeight_ * ratio_));
-  const size_t shown = std::min(RowsShown(), rows.Count());
+  const size_t shown = fromAge < rows.Count() ? std::min(RowsShown(), rows.Count() - fromAge) : 0;
   // The oldest shown first, so that a row cut by the bottom edge does not cover a newer one.
-  for (size_t age = shown; age-- > 0;) DrawRowAt(rows.Newest(age), static_cast<int>(age) * lines);
+  for (size_t age = shown; age-- > 0;) DrawRowAt(rows.Newest(fromAge + age), static_cast<int>(age) * lines);
 }
 
 void WaterfallImage::AddRow(const WaterfallRow& row) {

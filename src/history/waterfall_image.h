@@ -29,8 +29,9 @@ class WaterfallImage {
   void SetView(double left, double width);
   void SetColors(const std::array<uint32_t, kWaterfallLevels>& colors, uint32_t background);
 
-  // Draws every row again, newest first, until the picture is full.
-  void Rebuild(const WaterfallRows& rows);
+  // Draws every row again from the one `fromAge` rows old (0: the newest) at the top,
+  // until the picture is full.
+  void Rebuild(const WaterfallRows& rows, size_t fromAge = 0);
   // Moves the rows down by one and draws `row` at the top.
   void AddRow(const WaterfallRow& row);
   // Draws the picture with its newest row at the top, its top left corner at `topLeft`.

@@ -49,6 +49,8 @@ uint32_t MapColor(double t, ColorMap map, const Palette& palette) {
   return Rgb(rgb[0], rgb[1], rgb[2]);
 }
 
+}  // namespace
+
 std::string ClockText(int64_t timeMs, bool seconds) {
   const int64_t ms = ((timeMs % (24 * kHourMs)) + 24 * kHourMs) % (24 * kHourMs);
   char text[16];
@@ -58,6 +60,14 @@ std::string ClockText(int64_t timeMs, bool seconds) {
     std::snprintf(text, sizeof text, "%02d:%02d", int(ms / kHourMs), int(ms / kMinuteMs % 60));
   return text;
 }
+
+int64_t RoundTimeStep(double wantedMs) {
+  for (const int64_t step : kLabelSteps)
+    if (static_cast<double>(step) >= wantedMs) return step;
+  return kLabelSteps[std::size(kLabelSteps) - 1];
+}
+
+namespace {
 
 int64_t FloorTo(int64_t value, int64_t step) { return value / step * step - (value % step < 0 ? step : 0); }
 
@@ -122,24 +132,20 @@ std::array<uint32_t, kWaterfallLevels> LevelColors(const LevelLimits& limits, Co
   return colors;
 }
 
-std::vector<TimeLabel> TimeLabels(const WaterfallRows& rows, size_t shown, size_t minRows) {
+std::vector<TimeLabel> TimeLabels(const WaterfallRows& rows, size_t shown, size_t minRows, size_t fromAge) {
   std::vector<TimeLabel> labels;
-  shown = std::min(shown, rows.Count());
+  shown = fromAge < rows.Count() ? std::min(shown, rows.Count() - fromAge) : 0;
   if (shown < 2) return labels;
+  auto time = [&](size_t age) { return rows.Newest(fromAge + age).TimeMs; };
   // The step: the least round one that puts labels at least minRows apart on average.
-  const double span = std::abs(double(rows.Newest(0).TimeMs - rows.Newest(shown - 1).TimeMs));
-  const double wanted = span / static_cast<double>(shown - 1) * static_cast<double>(std::max<size_t>(minRows, 1));
-  int64_t step = kLabelSteps[std::size(kLabelSteps) - 1];
-  for (const int64_t s : kLabelSteps)
-    if (static_cast<double>(s) >= wanted) {
-      step = s;
-      break;
-    }
+  const double span = std::abs(double(time(0) - time(shown - 1)));
+  const int64_t step =
+      RoundTimeStep(span / static_cast<double>(shown - 1) * static_cast<double>(std::max<size_t>(minRows, 1)));
   // A label where a round time falls between a row and the older one below it; after a
   // gap in the recording, the newest round time the gap holds.
   size_t last = 0;
   for (size_t age = 0; age + 1 < shown; ++age) {
-    const int64_t newer = FloorTo(rows.Newest(age).TimeMs, step), older = FloorTo(rows.Newest(age + 1).TimeMs, step);
+    const int64_t newer = FloorTo(time(age), step), older = FloorTo(time(age + 1), step);
     if (newer == older || (!labels.empty() && age + 1 - last < minRows)) continue;
     labels.push_back({age + 1, ClockText(newer, step < kMinuteMs)});
     last = age + 1;

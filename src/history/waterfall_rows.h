@@ -72,8 +72,15 @@ struct TimeLabel {
   std::string Text;
 };
 
-// Labels at round times (1 s to 1 day apart) between the `shown` newest rows, no two
-// closer than `minRows`; seconds are shown when the step is under a minute.
-std::vector<TimeLabel> TimeLabels(const WaterfallRows& rows, size_t shown, size_t minRows);
+// Labels at round times (1 s to 1 day apart) between the `shown` rows from the one
+// `fromAge` rows old (0: the newest), no two closer than `minRows`; seconds are shown when
+// the step is under a minute. `Row` counts from that first row shown.
+std::vector<TimeLabel> TimeLabels(const WaterfallRows& rows, size_t shown, size_t minRows, size_t fromAge = 0);
+
+// The least round time step (1 s, 2 s, 5 s ... 12 h, 1 day) of at least `wantedMs`; a
+// day for anything longer.
+int64_t RoundTimeStep(double wantedMs);
+// A time of day (UTC): "HH:MM", or "HH:MM:SS" with seconds.
+std::string ClockText(int64_t timeMs, bool seconds);
 
 }  // namespace tavrix::history

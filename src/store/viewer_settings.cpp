@@ -18,6 +18,7 @@ namespace {
 const std::string kWindowSection = "WindowState";
 const std::string kConfigSection = "Configuration";
 const std::string kMeasureSection = "Measurement";
+const std::string kHistorySection = "History";
 constexpr int32_t kMaxColor = 0xFFFFFF;
 constexpr float kThresholdLimit = 125.0f;  // dB either way
 constexpr float kMeasureLimitRange = 1000.0f;  // dB either way: beyond it a limit is junk
@@ -29,12 +30,16 @@ std::string ForwardSlashes(const std::string& path) {
   return QDir::fromNativeSeparators(QString::fromStdString(path)).toStdString();
 }
 
+// A key and the field of `Owner` it stores.
+template <typename Owner, typename T>
+struct FieldKey {
+  const char* Key;
+  T Owner::*Field;
+};
+
 // The Booleans of the configuration, in the order they are stored, in two runs split by
 // the cursors, the point moves and the threshold.
-struct BooleanKey {
-  const char* Key;
-  bool ViewerSettings::*Field;
-};
+using BooleanKey = FieldKey<ViewerSettings, bool>;
 constexpr std::array<BooleanKey, 5> kShownKeys = {{{"SnapToPoint", &ViewerSettings::SnapToPoint},
                                                    {"WindowSpectrum", &ViewerSettings::WindowSpectrum},
                                                    {"StopUpdates", &ViewerSettings::StopUpdates},
@@ -46,21 +51,24 @@ constexpr std::array<BooleanKey, 4> kTraceKeys = {{{"CurrentTrace", &ViewerSetti
                                                    {"LastTrace", &ViewerSettings::LastTrace}}};
 
 // The measurement's switches, and its numbers (each empty when not set).
-struct MeasureFlag {
-  const char* Key;
-  bool MeasureSettings::*Field;
-};
+using MeasureFlag = FieldKey<MeasureSettings, bool>;
 constexpr std::array<MeasureFlag, 4> kMeasureFlags = {{{"Average", &MeasureSettings::Average},
                                                        {"MeasurePanel", &MeasureSettings::MeasurePanel},
                                                        {"PeakTable", &MeasureSettings::PeakTable},
                                                        {"EventLog", &MeasureSettings::EventLog}}};
-struct MeasureLimitKey {
-  const char* Key;
-  std::optional<double> MeasureSettings::*Field;
-};
+using MeasureLimitKey = FieldKey<MeasureSettings, std::optional<double>>;
 constexpr std::array<MeasureLimitKey, 2> kMeasureLimitKeys = {
     {{"ChannelPowerLimit", &MeasureSettings::ChannelPowerLimit}, {"CNLimit", &MeasureSettings::CarrierToNoiseLimit}}};
 constexpr std::array<const char*, 2> kNoiseBandKeys = {"NoiseBandLow", "NoiseBandHigh"};
+
+// The history's switches; its folder and limit are read on their own.
+using HistoryFlag = FieldKey<HistorySettings, bool>;
+constexpr std::array<HistoryFlag, 5> kHistoryFlags = {{{"Recording", &HistorySettings::Recording},
+                                                       {"Waterfall", &HistorySettings::Waterfall},
+                                                       {"LevelStrips", &HistorySettings::LevelStrips},
+                                                       {"PaletteColorMap", &HistorySettings::PaletteColorMap},
+                                                       {"AutomaticLevels", &HistorySettings::AutomaticLevels}}};
+constexpr std::array<const char*, 2> kHistoryValueKeys = {"RecordingFolder", "RecordingLimitMiB"};
 
 constexpr std::array<const char*, 4> kCursorKeys = {"Cursor1X", "Cursor1Y", "Cursor2X", "Cursor2Y"};
 constexpr std::array<const char*, 5> kWindowKeys = {"WindowState", "WindowLeft", "WindowTop", "WindowWidth",
@@ -104,6 +112,7 @@ bool IsSettingsTableKey(const std::string& section, const std::string& key) {
   if (section == kMeasureSection)
     return Listed(kNoiseBandKeys, key, plain) || Listed(kMeasureLimitKeys, key, named) ||
            Listed(kMeasureFlags, key, named);
+  if (section == kHistorySection) return Listed(kHistoryFlags, key, named) || Listed(kHistoryValueKeys, key, plain);
   return IsDirectoryKey(section, key);
 }
 
@@ -146,6 +155,12 @@ ViewerSettings LoadViewerSettings(const SettingsStore& store, const std::string&
     Load(store, kMeasureSection, key.Key, m.*key.Field, ReadSingle,
          [](float dB) { return std::fabs(dB) <= kMeasureLimitRange; });
   for (const MeasureFlag& key : kMeasureFlags) Load(store, kMeasureSection, key.Key, m.*key.Field, ReadBoolean);
+
+  // A folder is any text; a limit at least one MiB.
+  HistorySettings& h = s.History;
+  for (const HistoryFlag& key : kHistoryFlags) Load(store, kHistorySection, key.Key, h.*key.Field, ReadBoolean);
+  h.RecordingFolder = store.GetSetting(kHistorySection, "RecordingFolder", "");
+  Load(store, kHistorySection, "RecordingLimitMiB", h.RecordingLimitMiB, ReadLong, [](int32_t mib) { return mib >= 1; });
   return s;
 }
 
@@ -184,6 +199,11 @@ void SaveViewerSettings(SettingsStore& store, const ViewerSettings& settings) {
                       number(m.NoiseBand ? std::optional<double>((*m.NoiseBand)[i]) : std::nullopt));
   for (const MeasureLimitKey& key : kMeasureLimitKeys) store.SaveSetting(kMeasureSection, key.Key, number(m.*key.Field));
   for (const MeasureFlag& key : kMeasureFlags) store.SaveSetting(kMeasureSection, key.Key, BooleanText(m.*key.Field));
+
+  const HistorySettings& h = settings.History;
+  for (const HistoryFlag& key : kHistoryFlags) store.SaveSetting(kHistorySection, key.Key, BooleanText(h.*key.Field));
+  store.SaveSetting(kHistorySection, "RecordingFolder", h.RecordingFolder);
+  store.SaveSetting(kHistorySection, "RecordingLimitMiB", IntegerText(h.RecordingLimitMiB));
   // Whatever else a hand-edited or damaged file brought in is not written back.
   store.KeepOnly(IsSettingsTableKey);
 }

@@ -1,5 +1,6 @@
 #pragma once
 #include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -36,6 +37,21 @@ struct MeasureSettings {
   bool operator==(const MeasureSettings&) const = default;
 };
 
+// Recording and the history panels: whether every capture shown is recorded, the folder of
+// the recordings (empty: the user's data location) and their limit over all units in MiB;
+// the waterfall and the level strips shown, the waterfall's palette colour map (else the
+// perceptual one), and its levels from the rows (else from the plot's level window).
+struct HistorySettings {
+  bool Recording = true;
+  std::string RecordingFolder;
+  int32_t RecordingLimitMiB = 2048;
+  bool Waterfall = false;
+  bool LevelStrips = false;
+  bool PaletteColorMap = false;
+  bool AutomaticLevels = false;
+  bool operator==(const HistorySettings&) const = default;
+};
+
 // Every setting the viewer keeps apart from the modem directory, with its default. The
 // main window holds the live values; this is what is loaded at start, saved whenever it
 // has changed and saved at exit.
@@ -57,6 +73,7 @@ struct ViewerSettings {
   bool VideoAverage = false;
   bool LastTrace = false;
   MeasureSettings Measure;
+  HistorySettings History;
   bool operator==(const ViewerSettings&) const = default;
 };
 
@@ -75,8 +92,8 @@ inline constexpr std::array<PaletteKey, 8> kPaletteKeys = {{{"BackGroundColor", 
                                                             {"VideoAverage", kVideoAverageColor},
                                                             {"LastTrace", kPreviousColor}}};
 
-// Reads the window state and geometry, both palettes, the configuration keys and the
-// measurement keys, in that order. A value missing, empty, unreadable or out of its range takes its default;
+// Reads the window state and geometry, both palettes, the configuration keys, the
+// measurement keys and the history keys, in that order. A value missing, empty, unreadable or out of its range takes its default;
 // the others are kept. `homeFolder` is LastPath's default.
 ViewerSettings LoadViewerSettings(const SettingsStore& store, const std::string& homeFolder);
 // Writes the same keys in the same order. A minimised window is stored as normal. Any

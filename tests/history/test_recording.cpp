@@ -291,6 +291,7 @@ class RecordingTest : public QObject {
   }
 };
 
-std::unique_ptr<QObject> NewReplayTest(), NewWaterfallTest(), NewRecordingInputsTest();
-TAVRIX_TEST_MAIN(QGuiApplication, Make<RecordingTest>, NewReplayTest, NewWaterfallTest, NewRecordingInputsTest)
+std::unique_ptr<QObject> NewReplayTest(), NewWaterfallTest(), NewRecordingInputsTest(), NewHistoryPanelsTest();
+TAVRIX_TEST_MAIN(QGuiApplication, Make<RecordingTest>, NewReplayTest, NewWaterfallTest, NewRecordingInputsTest,
+                  NewHistoryPanelsTest)
 #include "test_recording.moc"

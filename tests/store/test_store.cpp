@@ -48,6 +48,9 @@ QStringList Fields(const ViewerSettings& s) {
   for (const Palette& palette : s.Palettes)
     for (const PaletteKey& key : kPaletteKeys) f << QString::number(palette[key.Field]);
   f << Measurement(s.Measure);
+  const HistorySettings& h = s.History;
+  f << QString::fromStdString(h.RecordingFolder) << QString::number(h.RecordingLimitMiB);
+  for (bool v : {h.Recording, h.Waterfall, h.LevelStrips, h.PaletteColorMap, h.AutomaticLevels}) f << (v ? "T" : "F");
   return f;
 }
 
@@ -67,6 +70,7 @@ ViewerSettings NonDefaults() {
   s.Cursors = {{{0.1f, std::numeric_limits<float>::denorm_min()}, {123456.789f, -0.0f}}};
   s.PointMoves = 0, s.PeakThreshold = -124.999f;
   s.Measure = {std::array<double, 2>{66.25, 67.3125}, -999.5, 17.25, true, true, true, true};
+  s.History = {false, "/data/rec; \"x\"", 1, true, true, true, true};
   return s;
 }
 
