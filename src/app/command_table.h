@@ -25,6 +25,7 @@ enum class Command : int {
   // Menu entries of their own.
   FileSaveView, FilePrint, FileExit, ViewEnd, ViewPeakPoint, ViewCursors, ViewNoiseBand, ViewPeakTable, ViewEventLog,
   ViewConstellation, ViewCopy, OptionsSnap, OptionsPanel, OptionsWindow, CommStopGo, CommAdd, CommManage, HelpAbout,
+  OptionsRecording,
   // Families of menu entries, addressed by an index.
   FileExport,      // by DataSet
   ViewDBB,         // the dB-per-division presets 0..9
@@ -108,6 +109,7 @@ inline constexpr std::array<CommandRow, static_cast<size_t>(kFirstFamily)> kComm
     {Command::CommAdd, "mnuCommAdd", "", "", ButtonStyle::Entry, false, false},
     {Command::CommManage, "mnuCommManage", "", "", ButtonStyle::Entry, false, false},
     {Command::HelpAbout, "mnuHelpAbout", "", "", ButtonStyle::Entry, false, false},
+    {Command::OptionsRecording, "mnuOptionsRecording", "", "", ButtonStyle::Entry, false, false},
 }};
 
 // Each row stands at its handle's place.
@@ -248,6 +250,8 @@ inline constexpr MenuRow kOptionsChecks[] = {
     {Command::OptionsSnap, "&Snap to Nearest Point"},
     {Command::OptionsPanel, "Display Selection &Panel"},
     {Command::OptionsWindow, "&Window Spectrum Trace"},
+    kSeparator,
+    {Command::OptionsRecording, "&Recording..."},
 };
 
 inline constexpr MenuRow kCommMenu[] = {

@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QShortcut>
+#include <QStandardPaths>
 #include <QSignalBlocker>
 #include <QStatusBar>
 #include <QWindow>
@@ -18,6 +19,7 @@
 
 #include "app/cursor_panel.h"
 #include "app/entry_box.h"
+#include "app/history_desk.h"
 #include "app/measure_desk.h"
 #include "app/plot_widget.h"
 #include "app/window_text.h"
@@ -95,10 +97,15 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   desk_ = new MeasureDesk(this, statusBar(), live_, display_, commands_, store_->FileName(),
                           {[this](int point) { GoToPoint(point); }, [this](const std::string& text) { Notice(text); },
                            [this] { UpdateView(); }});
+  const QString recordings = options_.RecordingFolder.isEmpty()
+                                 ? QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) + "/recordings"
+                                 : options_.RecordingFolder;
+  history_ = new HistoryDesk(this, display_, recordings, [this](const std::string& text) { Notice(text); });
   connect(cycle_.get(), &AcquisitionCycle::connectFinished, this, &frmMain::OnConnectFinished);
   // At start: geometry, palettes, configuration, the directory, the title, and
   // timerConnection for the unit used last.
   LoadSettings();
+  history_->ApplySettings();
   ShowAcquisitionDisplay();
   loaded_ = true;
   UpdateView();

@@ -38,6 +38,7 @@ namespace tavrix {
 
 class CursorPanel;
 class EntryBox;
+class HistoryDesk;
 class MeasureDesk;
 class SettingsStore;
 class PlotWidget;
@@ -64,6 +65,7 @@ struct MainWindowOptions {
   ColorChooser ChooseColor;    // replaces the colour dialog (tests)
   ModemEditor EditModem;       // replaces the properties dialog (tests)
   QString SettingsFile;        // the settings file; empty for the platform's per-user store
+  QString RecordingFolder;     // the recordings when the settings name no folder; empty for the user's data location
   bool ConnectAtStart = true;  // false: the unit used last waits (--demo brings its own unit)
   // How often a unit's time of last connection is written while it keeps answering.
   qint64 LastCommWriteMs = 10 * 60 * 1000;
@@ -161,6 +163,7 @@ class frmMain : public QMainWindow {
   StatusPanels* Panels() const { return panels_; }
   CursorPanel* Cursors() const { return cursorPanel_; }
   MeasureDesk* Desk() const { return desk_; }
+  HistoryDesk* History() const { return history_; }
   PlotWidget* Plot() const { return picSpectrum_; }
   QScrollBar* VScroll() const { return vScroll_; }
   QScrollBar* HScroll() const { return hScroll_; }
@@ -283,6 +286,7 @@ class frmMain : public QMainWindow {
   CursorPanel* cursorPanel_ = nullptr;
   CommandSet commands_;
   MeasureDesk* desk_ = nullptr;  // the measurement panels
+  HistoryDesk* history_ = nullptr;  // recording
   EntryBox* txtThreshold_ = nullptr;
   EntryBox* txtPoint_ = nullptr;
   EntryBox* txtFreq_ = nullptr;

@@ -3,6 +3,7 @@
 #include <QAction>
 
 #include "app/command_table.h"
+#include "app/history_desk.h"
 #include "app/main_window.h"
 #include "app/measure_desk.h"
 
@@ -59,6 +60,7 @@ void frmMain::RunCommand(Command command, int index) {
     case Command::CommAdd: return mnuCommAdd_Click();
     case Command::CommManage: return mnuCommManage_Click();
     case Command::HelpAbout: return mnuHelpAbout_Click();
+    case Command::OptionsRecording: return history_->EditRecording();
     case Command::FileExport: return ExportDataSet(static_cast<DataSet>(index));
     case Command::ViewDBB: return mnuViewDBB_Click(index);
     case Command::ViewFB: return mnuViewFB_Click(index);

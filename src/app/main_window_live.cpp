@@ -2,12 +2,14 @@
 // block through the update onto the plot and the panels, the title, and the exports.
 #include <QAction>
 #include <QApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QProgressBar>
 #include <QTimer>
 
 #include "app/command_table.h"
+#include "app/history_desk.h"
 #include "app/main_window.h"
 #include "app/measure_desk.h"
 #include "app/window_text.h"
@@ -46,6 +48,7 @@ void frmMain::SetTitle() {
 }
 
 uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
+  const int64_t arrived = QDateTime::currentMSecsSinceEpoch();
   QProgressBar* progress = panels_->ProgressBar();
   const CaptureOutcome outcome = live_.ProcessBlock(block, display_.WindowSpectrum,
                                                     [progress](int percent) { progress->setValue(percent); });
@@ -58,6 +61,7 @@ uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
   if (r.StatusText) panels_->SetText("Status", Text(*r.StatusText));
   const std::optional<ModemInfo> unit = CurrentModem();
   desk_->AddCapture(unit ? unit->Name : std::string());
+  if (unit) history_->Record(*unit, arrived, block);
   UpdateView();
   // The bar stays full a moment after each capture, then empties: a capture indicator.
   QTimer::singleShot(kCaptureBlinkMs, progress, [progress] {
