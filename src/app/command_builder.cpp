@@ -220,6 +220,18 @@ void CommandSet::BuildMenus(QMainWindow* window) {
     recent->setEnabled(false);
     recent->setVisible(i == 0);
   }
+  QMenu* history = window->menuBar()->addMenu("Histor&y");
+  history->setObjectName("mnuHistory");
+  AddEntries(history, kHistoryMenuHead);
+  QMenu* days = history->addMenu(kHistoryDaysSubmenu);
+  for (int i = 0; i < kHistoryDays; ++i) {
+    QAction* day = familyEntry(days, Command::HistoryDay, i, QString("mnuHistoryDay%1").arg(i),
+                               i == 0 ? kNoRecordings : "", false);
+    day->setEnabled(false);
+    day->setVisible(i == 0);
+  }
+  AddEntries(history, kHistoryMenuTail);
+
   AddEntries(window->menuBar()->addMenu("&Help"), kHelpMenu);
 }
 

@@ -25,7 +25,7 @@ enum class Command : int {
   // Menu entries of their own.
   FileSaveView, FilePrint, FileExit, ViewEnd, ViewPeakPoint, ViewCursors, ViewNoiseBand, ViewPeakTable, ViewEventLog,
   ViewConstellation, ViewCopy, OptionsSnap, OptionsPanel, OptionsWindow, CommStopGo, CommAdd, CommManage, HelpAbout,
-  OptionsRecording,
+  OptionsRecording, FileOpenRecording, HistoryToday, HistoryLive,
   // Families of menu entries, addressed by an index.
   FileExport,      // by DataSet
   ViewDBB,         // the dB-per-division presets 0..9
@@ -35,8 +35,9 @@ enum class Command : int {
   ViewerColor,     // a colour of the viewing palette, by palette position
   PrinterColor,    // a colour of the printing palette, by palette position
   CommSel,         // a recent unit, 0 the newest
+  HistoryDay,      // a day's recording of the current unit, 0 the newest
 };
-inline constexpr int kCommandCount = static_cast<int>(Command::CommSel) + 1;
+inline constexpr int kCommandCount = static_cast<int>(Command::HistoryDay) + 1;
 inline constexpr Command kFirstCursorButton = Command::CursorOne;
 inline constexpr Command kFirstMenuEntry = Command::FileSaveView;
 inline constexpr Command kFirstFamily = Command::FileExport;
@@ -110,6 +111,9 @@ inline constexpr std::array<CommandRow, static_cast<size_t>(kFirstFamily)> kComm
     {Command::CommManage, "mnuCommManage", "", "", ButtonStyle::Entry, false, false},
     {Command::HelpAbout, "mnuHelpAbout", "", "", ButtonStyle::Entry, false, false},
     {Command::OptionsRecording, "mnuOptionsRecording", "", "", ButtonStyle::Entry, false, false},
+    {Command::FileOpenRecording, "mnuFileOpenRecording", "", "", ButtonStyle::Entry, false, false},
+    {Command::HistoryToday, "mnuHistoryToday", "", "", ButtonStyle::Entry, false, false},
+    {Command::HistoryLive, "mnuHistoryLive", "", "", ButtonStyle::Entry, false, false},
 }};
 
 // Each row stands at its handle's place.
@@ -179,6 +183,8 @@ struct MenuRow {
 inline constexpr MenuRow kSeparator = {Command::Status, nullptr};
 
 inline constexpr MenuRow kFileMenuTail[] = {
+    {Command::FileOpenRecording, "Open &Recording..."},
+    kSeparator,
     {Command::FileSaveView, "Save View &As..."},
     {Command::FilePrint, "&Print..."},
     kSeparator,
@@ -252,6 +258,20 @@ inline constexpr MenuRow kOptionsChecks[] = {
     {Command::OptionsWindow, "&Window Spectrum Trace"},
     kSeparator,
     {Command::OptionsRecording, "&Recording..."},
+};
+
+// The History menu: the recordings of the current unit, and the way back from a replay.
+inline constexpr MenuRow kHistoryMenuHead[] = {
+    {Command::HistoryToday, "&Today's Recording"},
+};
+inline constexpr const char* kHistoryDaysSubmenu = "Recording of a &Day";
+inline constexpr int kHistoryDays = 31;  // the newest days listed
+inline constexpr const char* kNoRecordings = "<No Recordings of This Unit>";
+inline constexpr MenuRow kHistoryMenuTail[] = {
+    kSeparator,
+    {Command::FileOpenRecording, "Open &Recording..."},
+    kSeparator,
+    {Command::HistoryLive, "Back to &Live"},
 };
 
 inline constexpr MenuRow kCommMenu[] = {

@@ -1,10 +1,18 @@
 #include "app/history_desk.h"
 
+#include <QAction>
+#include <QDateTime>
 #include <QDir>
+#include <QFileDialog>
 #include <QLocale>
+#include <QTimer>
 
+#include <algorithm>
+
+#include "app/command_builder.h"
 #include "app/display_state.h"
 #include "app/recording_dialog.h"
+#include "app/replay_bar.h"
 #include "history/recording_folder.h"
 
 namespace tavrix {
@@ -12,14 +20,28 @@ namespace tavrix {
 namespace {
 
 constexpr uint64_t kMiB = uint64_t{1} << 20;
+constexpr int kTickMs = 40;  // the play clock's and the first pass's look
 
 }  // namespace
 
-HistoryDesk::HistoryDesk(QWidget* window, DisplayState& display, QString defaultFolder, Notice notice)
+HistoryDesk::HistoryDesk(QWidget* window, DisplayState& display, QString defaultFolder, Handlers handlers)
     : QObject(window), window_(window), display_(display), defaultFolder_(std::move(defaultFolder)),
-      notice_(std::move(notice)) {}
+      handlers_(std::move(handlers)) {
+  bar_ = new ReplayBar(window);
+  bar_->hide();
+  connect(bar_, &ReplayBar::playClicked, this, [this] { SetPlaying(!player_.Playing()); });
+  connect(bar_, &ReplayBar::stepClicked, this, &HistoryDesk::Step);
+  connect(bar_, &ReplayBar::seekRequested, this, &HistoryDesk::SeekTo);
+  connect(bar_, &ReplayBar::speedChosen, this, &HistoryDesk::SetSpeed);
+  connect(bar_, &ReplayBar::leaveClicked, this, &HistoryDesk::LeaveReplay);
+  tick_ = new QTimer(this);
+  tick_->setInterval(kTickMs);
+  connect(tick_, &QTimer::timeout, this, &HistoryDesk::Tick);
+}
 
-HistoryDesk::~HistoryDesk() = default;
+HistoryDesk::~HistoryDesk() { fill_.Stop(); }
+
+// ---- recording -----------------------------------------------------------------------
 
 QString HistoryDesk::RecordingFolder() const {
   const std::string& chosen = display_.History.RecordingFolder;
@@ -34,7 +56,7 @@ void HistoryDesk::ApplySettings() {
 
 void HistoryDesk::Record(const ModemInfo& unit, int64_t timeMs, const std::string& block) {
   TellFailure();
-  if (!unit.Name.empty()) recorder_.Append({unit.Name, unit.Address, timeMs, block});
+  if (!Replaying() && !unit.Name.empty()) recorder_.Append({unit.Name, unit.Address, timeMs, block});
 }
 
 void HistoryDesk::Flush() {
@@ -43,20 +65,187 @@ void HistoryDesk::Flush() {
 }
 
 void HistoryDesk::TellFailure() {
-  if (const std::string failure = recorder_.TakeFailure(); !failure.empty() && notice_)
-    notice_("Recording stopped: " + failure);
+  if (const std::string failure = recorder_.TakeFailure(); !failure.empty() && handlers_.Notice)
+    handlers_.Notice("Recording stopped: " + failure);
 }
 
 void HistoryDesk::EditRecording() {
   uint64_t held = 0;
   const std::vector<history::RecordingFile> files = history::ListRecordings(RecordingFolder().toStdString());
   for (const history::RecordingFile& f : files) held += f.Bytes;
-  const QString usage = QString("%1 in %2 day files").arg(QLocale::c().formattedDataSize(static_cast<qint64>(held)))
-                            .arg(files.size());
+  const QString usage =
+      QString("%1 in %2 day files").arg(QLocale::c().formattedDataSize(static_cast<qint64>(held))).arg(files.size());
   RecordingDialog dialog(display_.History, defaultFolder_, usage, window_);
   if (dialog.exec() != QDialog::Accepted) return;
   display_.History = dialog.Edited();
   ApplySettings();
+}
+
+// ---- opening a replay ----------------------------------------------------------------
+
+std::string HistoryDesk::OpenReplay(const std::string& path) {
+  auto timeline = std::make_shared<history::ReplayTimeline>();
+  if (std::string problem = timeline->Open(path); !problem.empty()) return problem;
+  if (timeline->Count() == 0) return "The recording " + path + " holds no capture.";
+  std::vector<int64_t> times(timeline->Count());
+  for (size_t i = 0; i < times.size(); ++i) times[i] = timeline->Time(i);
+  const bool wasReplaying = Replaying();
+  fill_.Stop();
+  timeline_ = std::move(timeline);
+  unitName_ = timeline_->Header().UnitName;
+  player_.Open(std::move(times));
+  waiting_.reset();
+  StartFirstPass();
+  if (!wasReplaying && handlers_.ReplayChanged) handlers_.ReplayChanged(true);
+  bar_->show();
+  sinceTick_.start();
+  tick_->start();
+  ShowIndex(0);
+  return {};
+}
+
+void HistoryDesk::StartFirstPass() {
+  fillWindow_ = display_.WindowSpectrum;
+  fill_.Start(timeline_, {fillWindow_, false, std::nullopt});
+}
+
+void HistoryDesk::ChooseRecording() {
+  const QString path = QFileDialog::getOpenFileName(window_, "Open Recording", RecordingFolder(),
+                                                    "Recordings (*.tavrec);;All Files (*)");
+  if (path.isEmpty()) return;
+  if (const std::string problem = OpenReplay(path.toStdString()); !problem.empty() && handlers_.Notice)
+    handlers_.Notice(problem);
+}
+
+namespace {
+
+// The unit's recordings, newest day first.
+std::vector<history::RecordingFile> NewestFirst(const QString& folder, const std::optional<ModemInfo>& unit) {
+  if (!unit) return {};
+  std::vector<history::RecordingFile> days = history::UnitRecordings(folder.toStdString(), unit->Name);
+  std::reverse(days.begin(), days.end());
+  return days;
+}
+
+}  // namespace
+
+void HistoryDesk::ListDays(const CommandSet& commands) {
+  const auto days = NewestFirst(RecordingFolder(), handlers_.CurrentUnit());
+  for (int i = 0; i < kHistoryDays; ++i) {
+    QAction* entry = commands.Action(Command::HistoryDay, i);
+    const bool listed = static_cast<size_t>(i) < days.size();
+    entry->setText(listed ? QString::fromStdString(days[static_cast<size_t>(i)].Day) : i == 0 ? kNoRecordings : "");
+    entry->setEnabled(listed);
+    entry->setVisible(listed || i == 0);
+  }
+}
+
+void HistoryDesk::OpenDay(int newest) {
+  recorder_.Flush();  // the captures handed over are in the file
+  const auto days = NewestFirst(RecordingFolder(), handlers_.CurrentUnit());
+  std::string problem = "No recording of this unit.";
+  if (newest >= 0 && static_cast<size_t>(newest) < days.size())
+    problem = OpenReplay(days[static_cast<size_t>(newest)].Path);
+  if (!problem.empty() && handlers_.Notice) handlers_.Notice(problem);
+}
+
+void HistoryDesk::OpenToday() {
+  const auto days = NewestFirst(RecordingFolder(), handlers_.CurrentUnit());
+  const std::string today = history::UtcDay(QDateTime::currentMSecsSinceEpoch());
+  if (!days.empty() && days.front().Day == today)
+    OpenDay(0);
+  else if (handlers_.Notice)
+    handlers_.Notice("No recording of this unit today.");
+}
+
+void HistoryDesk::LeaveReplay() {
+  if (!Replaying()) return;
+  tick_->stop();
+  fill_.Stop();
+  timeline_.reset();
+  player_.Open({});
+  waiting_.reset();
+  bar_->hide();
+  if (handlers_.ReplayChanged) handlers_.ReplayChanged(false);
+}
+
+// ---- moving in a replay --------------------------------------------------------------
+
+void HistoryDesk::SeekTo(int64_t timeMs) {
+  if (Replaying()) ShowIndex(player_.CaptureAt(timeMs));
+}
+
+void HistoryDesk::Step(int captures) {
+  if (!Replaying()) return;
+  player_.SetPlaying(false);
+  const long long target = static_cast<long long>(waiting_.value_or(shown_)) + captures;
+  ShowIndex(static_cast<size_t>(std::clamp<long long>(target, 0, static_cast<long long>(player_.Count()) - 1)));
+}
+
+void HistoryDesk::SetPlaying(bool on) {
+  if (!Replaying()) return;
+  player_.SetPlaying(on);
+  sinceTick_.restart();
+  if (player_.Index() != shown_) ShowIndex(player_.Index());  // played again from the first
+  ShowBar();
+}
+
+void HistoryDesk::SetSpeed(int speed) {
+  player_.SetSpeed(speed);
+  ShowBar();
+}
+
+void HistoryDesk::ShowIndex(size_t index, bool played) {
+  // A capture the play clock has reached keeps the clock where it is.
+  if (!played) player_.SetIndex(index);
+  index = std::min(index, player_.Count() - 1);
+  // Beyond the first pass's reach a capture waits for it rather than reading the
+  // recording up to it here.
+  if (fill_.Running() && index >= fill_.Reached() + history::kCheckpointEvery) {
+    waiting_ = index;
+    return ShowBar();
+  }
+  waiting_.reset();
+  if (display_.WindowSpectrum != fillWindow_ && fill_.Running()) StartFirstPass();
+  shown_ = index;
+  std::string block;
+  if (timeline_->Block(index, block) && !block.empty() && handlers_.ShowCapture)
+    handlers_.ShowCapture(timeline_->StateBefore(index, display_.WindowSpectrum), block, player_.Time());
+  else if (handlers_.Notice)
+    handlers_.Notice("The capture of " + CaptureTimeText(player_.Time()).toStdString() + " is damaged.");
+  ShowBar();
+}
+
+void HistoryDesk::Tick() {
+  const int64_t elapsed = sinceTick_.restart();
+  fill_.Take();  // the first pass's rows and points are not kept here
+  if (waiting_) {
+    if (!fill_.Running() || *waiting_ < fill_.Reached() + history::kCheckpointEvery) ShowIndex(*waiting_, player_.Playing());
+    return ShowBar();
+  }
+  if (!player_.Playing()) return ShowBar();
+  const size_t before = shown_;
+  if (const size_t reached = player_.Advance(elapsed); reached != before) ShowIndex(reached, true);
+  ShowBar();
+}
+
+void HistoryDesk::ShowBar() {
+  if (!Replaying()) return;
+  ReplayBarState s;
+  s.FirstMs = player_.TimeOf(0);
+  s.LastMs = player_.TimeOf(player_.Count() - 1);
+  s.Index = waiting_.value_or(shown_);
+  s.ShownMs = player_.TimeOf(s.Index);
+  s.Count = player_.Count();
+  s.Playing = player_.Playing();
+  s.Speed = player_.Speed();
+  if (waiting_) s.Reading = QString("Reading %1 of %2...").arg(fill_.Reached()).arg(player_.Count());
+  bar_->Show(s);
+}
+
+QString HistoryDesk::ReplayTitle() const {
+  if (!Replaying()) return {};
+  return QString("Replay of %1, %2").arg(QString::fromStdString(unitName_), CaptureTimeText(player_.TimeOf(shown_)));
 }
 
 }  // namespace tavrix

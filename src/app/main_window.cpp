@@ -6,6 +6,8 @@
 #include <QGridLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QShortcut>
@@ -22,6 +24,7 @@
 #include "app/history_desk.h"
 #include "app/measure_desk.h"
 #include "app/plot_widget.h"
+#include "app/replay_bar.h"
 #include "app/window_text.h"
 #include "app/status_panels.h"
 #include "store/settings_store.h"
@@ -100,7 +103,16 @@ frmMain::frmMain(MainWindowOptions options, QWidget* parent) : QMainWindow(paren
   const QString recordings = options_.RecordingFolder.isEmpty()
                                  ? QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) + "/recordings"
                                  : options_.RecordingFolder;
-  history_ = new HistoryDesk(this, display_, recordings, [this](const std::string& text) { Notice(text); });
+  history_ = new HistoryDesk(
+      this, display_, recordings,
+      {[this](const std::string& text) { Notice(text); },
+       [this](SpectrumState before, const std::string& block, int64_t timeMs) {
+         ShowReplayedCapture(std::move(before), block, timeMs);
+       },
+       [this](bool replaying) { OnReplayChanged(replaying); }, [this] { return CurrentModem(); }});
+  static_cast<QGridLayout*>(centralWidget()->layout())->addWidget(history_->Bar(), 3, 0, 1, 2);
+  if (QMenu* historyMenu = menuBar()->findChild<QMenu*>("mnuHistory"))
+    connect(historyMenu, &QMenu::aboutToShow, this, [this] { history_->ListDays(commands_); });
   connect(cycle_.get(), &AcquisitionCycle::connectFinished, this, &frmMain::OnConnectFinished);
   // At start: geometry, palettes, configuration, the directory, the title, and
   // timerConnection for the unit used last.

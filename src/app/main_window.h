@@ -145,6 +145,8 @@ class frmMain : public QMainWindow {
   // A capture block as the acquisition cycle hands it on: parsed, updated, drawn. Returns
   // the block's lead word.
   uint16_t ShowCaptureBlock(const std::string& block);
+  // A replayed capture, after the state of the captures before it, through the same path.
+  void ShowReplayedCapture(SpectrumState before, const std::string& block, int64_t timeMs);
 
   // The size rule of a resize; a size below the minimum is told and corrected.
   void Form_Resize(int width, int height);
@@ -226,6 +228,8 @@ class frmMain : public QMainWindow {
   void ShowAcquisitionDisplay();
   // Clears every trace of the unit watched before, back to the no-capture state.
   void ForgetCaptures();
+  // A replay began: the live unit rests; or ended: the live unit is watched again.
+  void OnReplayChanged(bool replaying);
   void RefreshSelectionPanels();
   void SetTitle();
 
@@ -277,6 +281,7 @@ class frmMain : public QMainWindow {
   bool loaded_ = false;
   bool busyShown_ = false;
   bool watchingScreen_ = false;
+  bool showingReplayed_ = false;  // the capture being processed is a replay's
 
   // Widgets (owned by Qt's parent chain).
   PlotWidget* picSpectrum_ = nullptr;

@@ -61,6 +61,10 @@ void frmMain::RunCommand(Command command, int index) {
     case Command::CommManage: return mnuCommManage_Click();
     case Command::HelpAbout: return mnuHelpAbout_Click();
     case Command::OptionsRecording: return history_->EditRecording();
+    case Command::FileOpenRecording: return history_->ChooseRecording();
+    case Command::HistoryToday: return history_->OpenToday();
+    case Command::HistoryDay: return history_->OpenDay(index);
+    case Command::HistoryLive: return history_->LeaveReplay();
     case Command::FileExport: return ExportDataSet(static_cast<DataSet>(index));
     case Command::ViewDBB: return mnuViewDBB_Click(index);
     case Command::ViewFB: return mnuViewFB_Click(index);
@@ -163,6 +167,7 @@ void frmMain::ShowCommands() {
                                                              : live_.State.Traces.DataValid);
   commands_.ShowMoveType(d.Navigation.MoveByPeaks);
   commands_.CheckPresets(live_.View.CheckedDB, live_.View.CheckedFB);
+  if (history_ != nullptr) commands_.Enable(Command::HistoryLive, history_->Replaying());
   desk_->Show();
 }
 

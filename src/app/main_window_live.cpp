@@ -14,6 +14,7 @@
 #include "app/measure_desk.h"
 #include "app/window_text.h"
 #include "app/project_icons.h"
+#include "app/replay_bar.h"
 #include "app/save_dialog.h"
 #include "app/status_panels.h"
 #include "app/version.h"
@@ -44,10 +45,37 @@ void frmMain::SetCurrentModem(std::optional<ModemInfo> modem) {
 
 void frmMain::SetTitle() {
   const std::optional<ModemInfo> modem = CurrentModem();
-  setWindowTitle(Text(WindowTitle(modem ? std::optional<std::string>(modem->Name) : std::nullopt, kVersion)));
+  const QString title = Text(WindowTitle(modem ? std::optional<std::string>(modem->Name) : std::nullopt, kVersion));
+  setWindowTitle(history_ != nullptr && history_->Replaying() ? title + " - " + history_->ReplayTitle() : title);
+}
+
+void frmMain::ShowReplayedCapture(SpectrumState before, const std::string& block, int64_t timeMs) {
+  // The traces shown are the window's choice, not the recording's.
+  before.Traces.TraceVisible = live_.State.Traces.TraceVisible;
+  live_.State = std::move(before);
+  showingReplayed_ = true;
+  ShowCaptureBlock(block);
+  showingReplayed_ = false;
+  SetTitle();
+  panels_->SetText("Status", "Replay: " + CaptureTimeText(timeMs));
+}
+
+void frmMain::OnReplayChanged(bool replaying) {
+  if (replaying) {
+    cycle_->DropUnit();
+  } else if (CurrentModem()) {
+    cycle_->ChooseUnit();
+  }
+  // The replay's captures and the unit's live ones never mix in the traces.
+  ForgetCaptures();
+  panels_->SetText("Status", {});
+  SetTitle();
+  ShowAcquisitionDisplay();
 }
 
 uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
+  // While a replay holds the display, a late live capture is not shown.
+  if (history_->Replaying() && !showingReplayed_) return live_.State.Capture.LeadWord;
   const int64_t arrived = QDateTime::currentMSecsSinceEpoch();
   QProgressBar* progress = panels_->ProgressBar();
   const CaptureOutcome outcome = live_.ProcessBlock(block, display_.WindowSpectrum,

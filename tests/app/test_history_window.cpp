@@ -1,9 +1,16 @@
 // The window's history on the simulated unit: every capture shown is recorded in its unit's
 // file of the day, byte for byte as served; a folder that cannot be written stops recording
-// with one notice while the captures go on being shown.
+// with one notice while the captures go on being shown. A replay lands seeks and steps on the
+// right capture, whose traces are those the export command gives over the blocks up to it;
+// leaving it watches the unit again.
 #include <QFile>
 
+#include <sstream>
+
+#include "app/command_line.h"
 #include "app/history_desk.h"
+#include "app/replay_bar.h"
+#include "common/file_io.h"
 #include "history/recording_folder.h"
 #include "history/recording_reader.h"
 #include "store/settings_store.h"
@@ -25,6 +32,33 @@ const RecordingCase kRecordingCases[] = {
     {"folder under a file", true, "file/recordings", false, true},
     {"switched off", false, "recordings", false, false},
 };
+
+// A move in a replay: a seek to a capture's time and `offsetMs` beyond it, or a step.
+struct ReplayMove {
+  const char* name;
+  int seek;  // a capture, or -1 for none
+  int64_t offsetMs;
+  int step;
+  size_t shown;
+};
+const ReplayMove kMoves[] = {
+    {"opened on the first", -1, 0, 0, 0},   {"seek between two captures", 2, 1, 0, 2},
+    {"step forward", -1, 0, 1, 3},          {"step past the last", -1, 0, 5, 3},
+    {"seek before the first", 0, -60'000, 0, 0}, {"step back", 3, 0, -2, 1},
+};
+
+// What `export` writes for the blocks given.
+std::string Exported(const char* set, const std::vector<std::string>& blocks) {
+  QTemporaryDir dir;
+  std::vector<std::string> args = {"export", "--set", set, "--window", "on", "--peak-hold", "--out",
+                                   dir.filePath("out").toStdString()};
+  for (size_t i = 0; i < blocks.size(); ++i) {
+    args.push_back(dir.filePath(QString::number(i)).toStdString());
+    if (!WriteFileAtomically(args.back(), blocks[i]).empty()) return "not written";
+  }
+  std::ostringstream out, err;
+  return RunCommandLine(args, out, err) == 0 ? ReadWholeFile(dir.filePath("out").toStdString()) : err.str();
+}
 
 }  // namespace
 
@@ -69,6 +103,50 @@ class HistoryWindowTest : public QObject {
       QVERIFY2(block == sim.ServedBlock(int(i) + 1), qPrintable(QString::number(i)));
       QVERIFY(i == 0 || reader.Entry(i).TimeMs >= reader.Entry(i - 1).TimeMs);
     }
+  }
+
+  void replayShowsEachCaptureAsFetched() {
+    SimulatorProcess sim;
+    QVERIFY(sim.Started());
+    QTemporaryDir dir;
+    ViewerSettings settings;
+    settings.History.RecordingFolder = dir.filePath("recordings").toStdString();
+    settings.PeakHold = true;
+    const QString settingsFile = dir.filePath("settings.conf");
+    SaveViewerSettings(*std::make_unique<SettingsStore>(settingsFile), settings);
+    WindowHarness h(settingsFile);
+    QVERIFY(h.WaitConnected(sim.Address()));
+    std::vector<std::string> served;
+    for (int n = 1; n <= 4; ++n) {
+      QVERIFY(h.Capture());
+      served.push_back(sim.ServedBlock(n));
+    }
+    HistoryDesk& history = *h.w->History();
+    history.Flush();
+    const auto files = history::UnitRecordings(settings.History.RecordingFolder, "Sim");
+    QCOMPARE(files.size(), size_t(1));
+    history::RecordingReader reader;
+    QCOMPARE(reader.Open(files[0].Path), std::string());
+
+    QCOMPARE(history.OpenReplay(files[0].Path), std::string());
+    QVERIFY(history.Replaying() && !h.w->Cycle().PollEnabled());
+    for (const ReplayMove& m : kMoves) {
+      if (m.seek >= 0) history.SeekTo(reader.Entry(size_t(m.seek)).TimeMs + m.offsetMs);
+      history.Step(m.step);
+      QVERIFY2(history.ShownIndex() == m.shown, m.name);
+      QVERIFY2(h.w->windowTitle().endsWith(CaptureTimeText(reader.Entry(m.shown).TimeMs)), m.name);
+      const std::vector<std::string> upTo(served.begin(), served.begin() + long(m.shown) + 1);
+      for (const auto& [set, name] : {std::pair{DataSet::Scaled, "scaled"}, {DataSet::PeakHold, "peakhold"}})
+        QVERIFY2(FormatDataSet(set, h.w->Live().State) == Exported(name, upTo), qPrintable(QString(m.name) + " " + name));
+    }
+
+    // Back to live: the unit is watched again and its captures recorded.
+    history.LeaveReplay();
+    QVERIFY(!history.Replaying() && !h.w->windowTitle().contains("Replay"));
+    QVERIFY(h.WaitConnected() && h.Capture());
+    history.Flush();
+    QCOMPARE(reader.Open(files[0].Path), std::string());
+    QCOMPARE(reader.Count(), size_t(5));
   }
 };
 
