@@ -210,6 +210,12 @@ void CommandSet::BuildMenus(QMainWindow* window) {
                   QString(c.Name) + QString::number(p),
                   p == 1 && c.PrintingCaption != nullptr ? c.PrintingCaption : c.Caption, false);
   }
+  QMenu* waterfall = options->addMenu(kWaterfallColorsSubmenu);
+  for (int i = 0; i < 4; ++i) {
+    if (i == kPlotLevels) waterfall->addSeparator();
+    familyEntry(waterfall, Command::WaterfallColors, i, QString("mnuWaterfallColors%1").arg(i),
+                kWaterfallColorCaptions[i], true);
+  }
   AddEntries(options, kOptionsChecks);
 
   QMenu* comm = window->menuBar()->addMenu("&Communications");

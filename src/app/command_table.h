@@ -25,7 +25,7 @@ enum class Command : int {
   // Menu entries of their own.
   FileSaveView, FilePrint, FileExit, ViewEnd, ViewPeakPoint, ViewCursors, ViewNoiseBand, ViewPeakTable, ViewEventLog,
   ViewConstellation, ViewCopy, OptionsSnap, OptionsPanel, OptionsWindow, CommStopGo, CommAdd, CommManage, HelpAbout,
-  OptionsRecording, FileOpenRecording, HistoryToday, HistoryLive,
+  OptionsRecording, FileOpenRecording, HistoryToday, HistoryLive, ViewWaterfall,
   // Families of menu entries, addressed by an index.
   FileExport,      // by DataSet
   ViewDBB,         // the dB-per-division presets 0..9
@@ -36,8 +36,9 @@ enum class Command : int {
   PrinterColor,    // a colour of the printing palette, by palette position
   CommSel,         // a recent unit, 0 the newest
   HistoryDay,      // a day's recording of the current unit, 0 the newest
+  WaterfallColors,  // by WaterfallColorEntry
 };
-inline constexpr int kCommandCount = static_cast<int>(Command::HistoryDay) + 1;
+inline constexpr int kCommandCount = static_cast<int>(Command::WaterfallColors) + 1;
 inline constexpr Command kFirstCursorButton = Command::CursorOne;
 inline constexpr Command kFirstMenuEntry = Command::FileSaveView;
 inline constexpr Command kFirstFamily = Command::FileExport;
@@ -114,6 +115,7 @@ inline constexpr std::array<CommandRow, static_cast<size_t>(kFirstFamily)> kComm
     {Command::FileOpenRecording, "mnuFileOpenRecording", "", "", ButtonStyle::Entry, false, false},
     {Command::HistoryToday, "mnuHistoryToday", "", "", ButtonStyle::Entry, false, false},
     {Command::HistoryLive, "mnuHistoryLive", "", "", ButtonStyle::Entry, false, false},
+    {Command::ViewWaterfall, "mnuViewWaterfall", "", "", ButtonStyle::Entry, true, false},
 }};
 
 // Each row stands at its handle's place.
@@ -224,6 +226,7 @@ inline constexpr MenuRow kViewMenuTail[] = {
     {Command::ViewNoiseBand, "Set Noise Band"},
     {Command::ViewPeakTable, "Pea&k Table"},
     {Command::ViewEventLog, "Event Lo&g"},
+    {Command::ViewWaterfall, "&Waterfall"},
     kSeparator,
     {Command::ViewConstellation, "I/&Q Constellation"},
     {Command::ViewCopy, "&Copy/Capture Current View"},
@@ -251,6 +254,12 @@ inline constexpr ColorEntryRow kColorEntries[] = {
 };
 inline constexpr const char* kPaletteSubmenus[] = {"Configure Viewer Palette &Colors",
                                                    "Configure Printer Palette &Colors"};
+// The waterfall's colours: its colour map, and where the levels of its first and last
+// colours come from.
+enum WaterfallColorEntry : int { kPerceptualMap = 0, kPaletteMap = 1, kPlotLevels = 2, kAutomaticLevels = 3 };
+inline constexpr const char* kWaterfallColorsSubmenu = "Configure Wa&terfall Colors";
+inline constexpr const char* kWaterfallColorCaptions[] = {"&Perceptual Color Map", "Pa&lette Color Map",
+                                                          "Levels of the Plot's &View", "&Automatic Levels"};
 inline constexpr MenuRow kOptionsChecks[] = {
     kSeparator,
     {Command::OptionsSnap, "&Snap to Nearest Point"},

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QLocale>
+#include <QMainWindow>
 #include <QTimer>
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include "app/display_state.h"
 #include "app/recording_dialog.h"
 #include "app/replay_bar.h"
+#include "app/waterfall_dock.h"
 #include "history/recording_folder.h"
 
 namespace tavrix {
@@ -34,6 +36,7 @@ HistoryDesk::HistoryDesk(QWidget* window, DisplayState& display, QString default
   connect(bar_, &ReplayBar::seekRequested, this, &HistoryDesk::SeekTo);
   connect(bar_, &ReplayBar::speedChosen, this, &HistoryDesk::SetSpeed);
   connect(bar_, &ReplayBar::leaveClicked, this, &HistoryDesk::LeaveReplay);
+  waterfall_ = new WaterfallDock(static_cast<QMainWindow*>(window), display_, [this](int64_t t) { ReplayAt(t); });
   tick_ = new QTimer(this);
   tick_->setInterval(kTickMs);
   connect(tick_, &QTimer::timeout, this, &HistoryDesk::Tick);
@@ -54,10 +57,19 @@ void HistoryDesk::ApplySettings() {
                    static_cast<uint64_t>(std::max(h.RecordingLimitMiB, 1)) * kMiB});
 }
 
-void HistoryDesk::Record(const ModemInfo& unit, int64_t timeMs, const std::string& block) {
+void HistoryDesk::Record(const ModemInfo& unit, int64_t timeMs, const std::string& block, const TraceSet& traces) {
   TellFailure();
-  if (!Replaying() && !unit.Name.empty()) recorder_.Append({unit.Name, unit.Address, timeMs, block});
+  if (Replaying() || unit.Name.empty()) return;
+  recorder_.Append({unit.Name, unit.Address, timeMs, block});
+  const auto files = [this, name = unit.Name] {
+    std::vector<std::string> paths;
+    for (const history::RecordingFile& f : history::UnitRecordings(RecordingFolder().toStdString(), name))
+      paths.push_back(f.Path);
+    return paths;
+  };
+  waterfall_->AddLive(unit.Name, traces, timeMs, files, display_.WindowSpectrum);
 }
+
 
 void HistoryDesk::Flush() {
   recorder_.Flush();
@@ -106,7 +118,51 @@ std::string HistoryDesk::OpenReplay(const std::string& path) {
 
 void HistoryDesk::StartFirstPass() {
   fillWindow_ = display_.WindowSpectrum;
-  fill_.Start(timeline_, {fillWindow_, false, std::nullopt});
+  replayRows_.Clear();
+  replayRowCaptures_.clear();
+  replayTopRow_ = -2;
+  fill_.Start(timeline_, {fillWindow_, true, std::nullopt});
+}
+
+void HistoryDesk::ShowReplayRows(bool always) {
+  // The rows from the capture shown down; rows made of later captures change nothing.
+  const auto after = std::upper_bound(replayRowCaptures_.begin(), replayRowCaptures_.end(), shown_);
+  const long top = static_cast<long>(after - replayRowCaptures_.begin()) - 1;
+  if (!always && top == replayTopRow_) return;
+  replayTopRow_ = top;
+  waterfall_->ShowReplay(&replayRows_, replayRows_.Count() - 1 - static_cast<size_t>(top));
+}
+
+void HistoryDesk::ReplayAt(int64_t timeMs) {
+  if (!Replaying()) {
+    const std::optional<ModemInfo> unit = handlers_.CurrentUnit();
+    if (!unit) return;
+    recorder_.Flush();  // the captures handed over are in the file
+    const std::string path = history::RecordingPath(RecordingFolder().toStdString(), unit->Name, timeMs);
+    if (const std::string problem = OpenReplay(path); !problem.empty()) {
+      if (handlers_.Notice) handlers_.Notice(problem);
+      return;
+    }
+  }
+  SeekTo(timeMs);
+}
+
+void HistoryDesk::ToggleWaterfall() { display_.History.Waterfall = !display_.History.Waterfall; }
+
+void HistoryDesk::ChooseWaterfallColors(int entry) {
+  HistorySettings& h = display_.History;
+  if (entry == kPerceptualMap || entry == kPaletteMap) h.PaletteColorMap = entry == kPaletteMap;
+  if (entry == kPlotLevels || entry == kAutomaticLevels) h.AutomaticLevels = entry == kAutomaticLevels;
+}
+
+void HistoryDesk::Show(const CommandSet& commands, const ViewScale& view, const PlotWidget& plot) {
+  const HistorySettings& h = display_.History;
+  commands.Enable(Command::HistoryLive, Replaying());
+  commands.Check(Command::ViewWaterfall, h.Waterfall);
+  for (const auto& [entry, on] : {std::pair{kPerceptualMap, !h.PaletteColorMap}, {kPaletteMap, h.PaletteColorMap},
+                                  {kPlotLevels, !h.AutomaticLevels}, {kAutomaticLevels, h.AutomaticLevels}})
+    commands.Check(Command::WaterfallColors, on, entry);
+  waterfall_->Show(view, plot);
 }
 
 void HistoryDesk::ChooseRecording() {
@@ -165,6 +221,9 @@ void HistoryDesk::LeaveReplay() {
   timeline_.reset();
   player_.Open({});
   waiting_.reset();
+  replayRows_.Clear();
+  replayRowCaptures_.clear();
+  waterfall_->ShowReplay(nullptr, 0);
   bar_->hide();
   if (handlers_.ReplayChanged) handlers_.ReplayChanged(false);
 }
@@ -209,6 +268,7 @@ void HistoryDesk::ShowIndex(size_t index, bool played) {
   if (display_.WindowSpectrum != fillWindow_ && fill_.Running()) StartFirstPass();
   shown_ = index;
   std::string block;
+  ShowReplayRows(false);
   if (timeline_->Block(index, block) && !block.empty() && handlers_.ShowCapture)
     handlers_.ShowCapture(timeline_->StateBefore(index, display_.WindowSpectrum), block, player_.Time());
   else if (handlers_.Notice)
@@ -218,7 +278,13 @@ void HistoryDesk::ShowIndex(size_t index, bool played) {
 
 void HistoryDesk::Tick() {
   const int64_t elapsed = sinceTick_.restart();
-  fill_.Take();  // the first pass's rows and points are not kept here
+  history::FillBatch batch = fill_.Take();
+  for (history::WaterfallRow& row : batch.Rows) replayRows_.Add(std::move(row));
+  replayRowCaptures_.insert(replayRowCaptures_.end(), batch.RowCaptures.begin(), batch.RowCaptures.end());
+  // Rows beyond the waterfall's memory go oldest first.
+  const size_t dropped = replayRowCaptures_.size() - replayRows_.Count();
+  replayRowCaptures_.erase(replayRowCaptures_.begin(), replayRowCaptures_.begin() + static_cast<long>(dropped));
+  if (!batch.Rows.empty()) ShowReplayRows(false);
   if (waiting_) {
     if (!fill_.Running() || *waiting_ < fill_.Reached() + history::kCheckpointEvery) ShowIndex(*waiting_, player_.Playing());
     return ShowBar();

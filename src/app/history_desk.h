@@ -22,8 +22,12 @@ class QWidget;
 namespace tavrix {
 
 class CommandSet;
+class PlotWidget;
 class ReplayBar;
+class WaterfallDock;
 struct DisplayState;
+struct TraceSet;
+struct ViewScale;
 
 // The main window's history. Every capture shown live is handed to the recorder with its
 // arrival time and unit, in the folder and within the limit the settings give; a failure
@@ -50,8 +54,9 @@ class HistoryDesk : public QObject {
 
   // The recorder takes the settings of the display state.
   void ApplySettings();
-  // A capture has arrived from `unit` at `timeMs` (UTC): it is recorded unless replaying.
-  void Record(const ModemInfo& unit, int64_t timeMs, const std::string& block);
+  // A capture has arrived from `unit` at `timeMs` (UTC) and been processed into `traces`:
+  // unless replaying, it is recorded and its row goes on the waterfall.
+  void Record(const ModemInfo& unit, int64_t timeMs, const std::string& block, const TraceSet& traces);
   // Options > "Recording...".
   void EditRecording();
   // Waits until every capture handed over is written, and tells a failure.
@@ -79,7 +84,16 @@ class HistoryDesk : public QObject {
   // The capture shown, or the one waiting for the first pass.
   size_t ShownIndex() const { return shown_; }
   QString ReplayTitle() const;  // "Replay of <unit>, <time>" while replaying
+  // The capture of the current unit at a time replayed (a waterfall row's click).
+  void ReplayAt(int64_t timeMs);
   ReplayBar* Bar() const { return bar_; }
+  WaterfallDock* Waterfall() const { return waterfall_; }
+
+  // View > "Waterfall" and the waterfall's colours (a WaterfallColorEntry).
+  void ToggleWaterfall();
+  void ChooseWaterfallColors(int entry);
+  // The panels and check marks from the state; the waterfall across the plot's window.
+  void Show(const CommandSet& commands, const ViewScale& view, const PlotWidget& plot);
 
  private:
   void ShowIndex(size_t index, bool played = false);
@@ -87,6 +101,7 @@ class HistoryDesk : public QObject {
   void ShowBar();
   void TellFailure();
   void StartFirstPass();
+  void ShowReplayRows(bool always);
 
   QWidget* window_;
   DisplayState& display_;
@@ -100,6 +115,10 @@ class HistoryDesk : public QObject {
   history::HistoryFill fill_;
   bool fillWindow_ = true;  // the window the first pass uses
   size_t shown_ = 0;
+  history::WaterfallRows replayRows_;      // made by the first pass
+  std::vector<size_t> replayRowCaptures_;  // each row's capture
+  long replayTopRow_ = -2;                 // the row at the waterfall's top, -1 for none
+  WaterfallDock* waterfall_ = nullptr;
   std::optional<size_t> waiting_;  // a capture beyond the first pass's reach
   ReplayBar* bar_ = nullptr;
   QTimer* tick_ = nullptr;

@@ -65,6 +65,12 @@ void frmMain::RunCommand(Command command, int index) {
     case Command::HistoryToday: return history_->OpenToday();
     case Command::HistoryDay: return history_->OpenDay(index);
     case Command::HistoryLive: return history_->LeaveReplay();
+    case Command::ViewWaterfall:
+      history_->ToggleWaterfall();
+      return UpdateView();
+    case Command::WaterfallColors:
+      history_->ChooseWaterfallColors(index);
+      return UpdateView();
     case Command::FileExport: return ExportDataSet(static_cast<DataSet>(index));
     case Command::ViewDBB: return mnuViewDBB_Click(index);
     case Command::ViewFB: return mnuViewFB_Click(index);
@@ -167,7 +173,6 @@ void frmMain::ShowCommands() {
                                                              : live_.State.Traces.DataValid);
   commands_.ShowMoveType(d.Navigation.MoveByPeaks);
   commands_.CheckPresets(live_.View.CheckedDB, live_.View.CheckedFB);
-  if (history_ != nullptr) commands_.Enable(Command::HistoryLive, history_->Replaying());
   desk_->Show();
 }
 

@@ -2,14 +2,18 @@
 // file of the day, byte for byte as served; a folder that cannot be written stops recording
 // with one notice while the captures go on being shown. A replay lands seeks and steps on the
 // right capture, whose traces are those the export command gives over the blocks up to it;
-// leaving it watches the unit again.
+// leaving it watches the unit again. After a restart the waterfall is filled back from the
+// recording, and a row of it replays its capture.
 #include <QFile>
 
 #include <sstream>
 
 #include "app/command_line.h"
+#include "app/export_command.h"
 #include "app/history_desk.h"
 #include "app/replay_bar.h"
+#include "app/waterfall_dock.h"
+#include "history/waterfall_rows.h"
 #include "common/file_io.h"
 #include "history/recording_folder.h"
 #include "history/recording_reader.h"
@@ -47,6 +51,16 @@ const ReplayMove kMoves[] = {
     {"seek before the first", 0, -60'000, 0, 0}, {"step back", 3, 0, -2, 1},
 };
 
+// A settings file in `dir` recording into its "recordings" folder, with the changes made.
+QString SettingsFile(const QTemporaryDir& dir, const std::function<void(ViewerSettings&)>& change) {
+  ViewerSettings settings;
+  settings.History.RecordingFolder = dir.filePath("recordings").toStdString();
+  change(settings);
+  const QString file = dir.filePath("settings.conf");
+  SaveViewerSettings(*std::make_unique<SettingsStore>(file), settings);
+  return file;
+}
+
 // What `export` writes for the blocks given.
 std::string Exported(const char* set, const std::vector<std::string>& blocks) {
   QTemporaryDir dir;
@@ -75,11 +89,10 @@ class HistoryWindowTest : public QObject {
     QFile file(dir.filePath("file"));
     QVERIFY(file.open(QIODevice::WriteOnly));
     const std::string folder = dir.filePath(r.folder).toStdString();
-    ViewerSettings settings;
-    settings.History.Recording = r.on;
-    settings.History.RecordingFolder = folder;
-    const QString settingsFile = dir.filePath("settings.conf");
-    SaveViewerSettings(*std::make_unique<SettingsStore>(settingsFile), settings);
+    const QString settingsFile = SettingsFile(dir, [&](ViewerSettings& s) {
+      s.History.Recording = r.on;
+      s.History.RecordingFolder = folder;
+    });
 
     WindowHarness h(settingsFile);
     QVERIFY(h.WaitConnected(sim.Address()));
@@ -109,11 +122,8 @@ class HistoryWindowTest : public QObject {
     SimulatorProcess sim;
     QVERIFY(sim.Started());
     QTemporaryDir dir;
-    ViewerSettings settings;
-    settings.History.RecordingFolder = dir.filePath("recordings").toStdString();
-    settings.PeakHold = true;
-    const QString settingsFile = dir.filePath("settings.conf");
-    SaveViewerSettings(*std::make_unique<SettingsStore>(settingsFile), settings);
+    const QString settingsFile = SettingsFile(dir, [](ViewerSettings& s) { s.PeakHold = true; });
+    const std::string folder = dir.filePath("recordings").toStdString();
     WindowHarness h(settingsFile);
     QVERIFY(h.WaitConnected(sim.Address()));
     std::vector<std::string> served;
@@ -123,7 +133,7 @@ class HistoryWindowTest : public QObject {
     }
     HistoryDesk& history = *h.w->History();
     history.Flush();
-    const auto files = history::UnitRecordings(settings.History.RecordingFolder, "Sim");
+    const auto files = history::UnitRecordings(folder, "Sim");
     QCOMPARE(files.size(), size_t(1));
     history::RecordingReader reader;
     QCOMPARE(reader.Open(files[0].Path), std::string());
@@ -147,6 +157,40 @@ class HistoryWindowTest : public QObject {
     history.Flush();
     QCOMPARE(reader.Open(files[0].Path), std::string());
     QCOMPARE(reader.Count(), size_t(5));
+  }
+
+  void waterfallFillsBackAfterARestart() {
+    SimulatorProcess sim;
+    QVERIFY(sim.Started());
+    QTemporaryDir dir;
+    const QString settingsFile = SettingsFile(dir, [](ViewerSettings& s) { s.History.Waterfall = true; });
+    const std::string folder = dir.filePath("recordings").toStdString();
+    for (int n = 1; n <= 3; ++n) {
+      WindowHarness before(settingsFile);
+      QVERIFY(before.WaitConnected(sim.Address()) && before.Capture());
+      QVERIFY(sim.Restart());
+    }
+    WindowHarness h(settingsFile);
+    QVERIFY(h.WaitConnected(sim.Address()) && h.Capture());
+    const history::WaterfallRows& rows = h.w->History()->Waterfall()->LiveRows();
+    QVERIFY(QTest::qWaitFor([&] { return rows.Count() == 4; }, kWaitMs));
+    // Each row is its capture's current trace, oldest at the bottom.
+    h.w->History()->Flush();
+    history::RecordingReader reader;
+    QCOMPARE(reader.Open(history::UnitRecordings(folder, "Sim").back().Path), std::string());
+    QCOMPARE(reader.Count(), size_t(4));
+    std::string block;
+    for (size_t i = 0; i < 4; ++i) {
+      QVERIFY(reader.Block(i, block));
+      const history::WaterfallRow& row = rows.Newest(3 - i);
+      QCOMPARE(row.TimeMs, reader.Entry(i).TimeMs);
+      QVERIFY2(row.Levels == history::MakeWaterfallRow(ProcessBlocks({block}, true, false, false).State.Traces, 0).Levels,
+               qPrintable(QString::number(i)));
+    }
+    // A row asks for its capture: the day's recording replays from it.
+    h.w->History()->ReplayAt(rows.Newest(2).TimeMs);
+    QVERIFY(h.w->History()->Replaying());
+    QCOMPARE(h.w->History()->ShownIndex(), size_t(1));
   }
 };
 
