@@ -26,6 +26,7 @@ enum class Command : int {
   FileSaveView, FilePrint, FileExit, ViewEnd, ViewPeakPoint, ViewCursors, ViewNoiseBand, ViewPeakTable, ViewEventLog,
   ViewConstellation, ViewCopy, OptionsSnap, OptionsPanel, OptionsWindow, CommStopGo, CommAdd, CommManage, HelpAbout,
   OptionsRecording, FileOpenRecording, HistoryToday, HistoryLive, ViewWaterfall,
+  ViewLevelStrips,
   // Families of menu entries, addressed by an index.
   FileExport,      // by DataSet
   ViewDBB,         // the dB-per-division presets 0..9
@@ -116,6 +117,7 @@ inline constexpr std::array<CommandRow, static_cast<size_t>(kFirstFamily)> kComm
     {Command::HistoryToday, "mnuHistoryToday", "", "", ButtonStyle::Entry, false, false},
     {Command::HistoryLive, "mnuHistoryLive", "", "", ButtonStyle::Entry, false, false},
     {Command::ViewWaterfall, "mnuViewWaterfall", "", "", ButtonStyle::Entry, true, false},
+    {Command::ViewLevelStrips, "mnuViewLevelStrips", "", "", ButtonStyle::Entry, true, false},
 }};
 
 // Each row stands at its handle's place.
@@ -227,6 +229,7 @@ inline constexpr MenuRow kViewMenuTail[] = {
     {Command::ViewPeakTable, "Pea&k Table"},
     {Command::ViewEventLog, "Event Lo&g"},
     {Command::ViewWaterfall, "&Waterfall"},
+    {Command::ViewLevelStrips, "Level St&rips"},
     kSeparator,
     {Command::ViewConstellation, "I/&Q Constellation"},
     {Command::ViewCopy, "&Copy/Capture Current View"},

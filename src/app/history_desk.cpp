@@ -9,9 +9,11 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <limits>
 
 #include "app/command_builder.h"
 #include "app/display_state.h"
+#include "app/level_strips_dock.h"
 #include "app/recording_dialog.h"
 #include "app/replay_bar.h"
 #include "app/waterfall_dock.h"
@@ -23,6 +25,7 @@ namespace {
 
 constexpr uint64_t kMiB = uint64_t{1} << 20;
 constexpr int kTickMs = 40;  // the play clock's and the first pass's look
+constexpr int64_t kStripsBackMs = int64_t{24} * 3600 * 1000;  // what the strips show live
 
 }  // namespace
 
@@ -37,6 +40,8 @@ HistoryDesk::HistoryDesk(QWidget* window, DisplayState& display, QString default
   connect(bar_, &ReplayBar::speedChosen, this, &HistoryDesk::SetSpeed);
   connect(bar_, &ReplayBar::leaveClicked, this, &HistoryDesk::LeaveReplay);
   waterfall_ = new WaterfallDock(static_cast<QMainWindow*>(window), display_, [this](int64_t t) { ReplayAt(t); });
+  strips_ = new LevelStripsDock(static_cast<QMainWindow*>(window), display_, [this](int64_t t) { ReplayAt(t); });
+  static_cast<QMainWindow*>(window)->splitDockWidget(waterfall_->Dock(), strips_->Dock(), Qt::Vertical);
   tick_ = new QTimer(this);
   tick_->setInterval(kTickMs);
   connect(tick_, &QTimer::timeout, this, &HistoryDesk::Tick);
@@ -57,7 +62,7 @@ void HistoryDesk::ApplySettings() {
                    static_cast<uint64_t>(std::max(h.RecordingLimitMiB, 1)) * kMiB});
 }
 
-void HistoryDesk::Record(const ModemInfo& unit, int64_t timeMs, const std::string& block, const TraceSet& traces) {
+void HistoryDesk::Record(const ModemInfo& unit, int64_t timeMs, const std::string& block, const SpectrumState& state) {
   TellFailure();
   if (Replaying() || unit.Name.empty()) return;
   recorder_.Append({unit.Name, unit.Address, timeMs, block});
@@ -67,7 +72,8 @@ void HistoryDesk::Record(const ModemInfo& unit, int64_t timeMs, const std::strin
       paths.push_back(f.Path);
     return paths;
   };
-  waterfall_->AddLive(unit.Name, traces, timeMs, files, display_.WindowSpectrum);
+  waterfall_->AddLive(unit.Name, state.Traces, timeMs, files, display_.WindowSpectrum);
+  strips_->AddLive(state, timeMs);
 }
 
 
@@ -104,6 +110,7 @@ std::string HistoryDesk::OpenReplay(const std::string& path) {
   const bool wasReplaying = Replaying();
   fill_.Stop();
   timeline_ = std::move(timeline);
+  replayPath_ = path;
   unitName_ = timeline_->Header().UnitName;
   player_.Open(std::move(times));
   waiting_.reset();
@@ -148,6 +155,7 @@ void HistoryDesk::ReplayAt(int64_t timeMs) {
 }
 
 void HistoryDesk::ToggleWaterfall() { display_.History.Waterfall = !display_.History.Waterfall; }
+void HistoryDesk::ToggleLevelStrips() { display_.History.LevelStrips = !display_.History.LevelStrips; }
 
 void HistoryDesk::ChooseWaterfallColors(int entry) {
   HistorySettings& h = display_.History;
@@ -155,14 +163,25 @@ void HistoryDesk::ChooseWaterfallColors(int entry) {
   if (entry == kPlotLevels || entry == kAutomaticLevels) h.AutomaticLevels = entry == kAutomaticLevels;
 }
 
-void HistoryDesk::Show(const CommandSet& commands, const ViewScale& view, const PlotWidget& plot) {
+void HistoryDesk::Show(const CommandSet& commands, const ViewScale& view, const PlotWidget& plot, float freqScale) {
   const HistorySettings& h = display_.History;
   commands.Enable(Command::HistoryLive, Replaying());
   commands.Check(Command::ViewWaterfall, h.Waterfall);
+  commands.Check(Command::ViewLevelStrips, h.LevelStrips);
   for (const auto& [entry, on] : {std::pair{kPerceptualMap, !h.PaletteColorMap}, {kPaletteMap, h.PaletteColorMap},
                                   {kPlotLevels, !h.AutomaticLevels}, {kAutomaticLevels, h.AutomaticLevels}})
     commands.Check(Command::WaterfallColors, on, entry);
   waterfall_->Show(view, plot);
+  // The strips measure the replayed recording whole, or the unit's last day.
+  const auto source = [this]() -> LevelStripsDock::Source {
+    if (Replaying()) return {{replayPath_}, std::numeric_limits<int64_t>::min(), false};
+    std::vector<std::string> files;
+    if (const std::optional<ModemInfo> unit = handlers_.CurrentUnit())
+      for (const history::RecordingFile& f : history::UnitRecordings(RecordingFolder().toStdString(), unit->Name))
+        files.push_back(f.Path);
+    return {files, QDateTime::currentMSecsSinceEpoch() - kStripsBackMs, true};
+  };
+  strips_->Show(freqScale, source, Replaying(), Replaying() ? std::optional(player_.TimeOf(shown_)) : std::nullopt);
 }
 
 void HistoryDesk::ChooseRecording() {

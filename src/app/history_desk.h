@@ -22,11 +22,11 @@ class QWidget;
 namespace tavrix {
 
 class CommandSet;
+class LevelStripsDock;
 class PlotWidget;
 class ReplayBar;
 class WaterfallDock;
 struct DisplayState;
-struct TraceSet;
 struct ViewScale;
 
 // The main window's history. Every capture shown live is handed to the recorder with its
@@ -54,9 +54,9 @@ class HistoryDesk : public QObject {
 
   // The recorder takes the settings of the display state.
   void ApplySettings();
-  // A capture has arrived from `unit` at `timeMs` (UTC) and been processed into `traces`:
-  // unless replaying, it is recorded and its row goes on the waterfall.
-  void Record(const ModemInfo& unit, int64_t timeMs, const std::string& block, const TraceSet& traces);
+  // A capture has arrived from `unit` at `timeMs` (UTC) and been processed into `state`:
+  // unless replaying, it is recorded and goes on the waterfall and the level strips.
+  void Record(const ModemInfo& unit, int64_t timeMs, const std::string& block, const SpectrumState& state);
   // Options > "Recording...".
   void EditRecording();
   // Waits until every capture handed over is written, and tells a failure.
@@ -88,12 +88,14 @@ class HistoryDesk : public QObject {
   void ReplayAt(int64_t timeMs);
   ReplayBar* Bar() const { return bar_; }
   WaterfallDock* Waterfall() const { return waterfall_; }
+  LevelStripsDock* Strips() const { return strips_; }
 
-  // View > "Waterfall" and the waterfall's colours (a WaterfallColorEntry).
+  // View > "Waterfall" and "Level Strips", and the waterfall's colours (a WaterfallColorEntry).
   void ToggleWaterfall();
+  void ToggleLevelStrips();
   void ChooseWaterfallColors(int entry);
   // The panels and check marks from the state; the waterfall across the plot's window.
-  void Show(const CommandSet& commands, const ViewScale& view, const PlotWidget& plot);
+  void Show(const CommandSet& commands, const ViewScale& view, const PlotWidget& plot, float freqScale);
 
  private:
   void ShowIndex(size_t index, bool played = false);
@@ -119,6 +121,8 @@ class HistoryDesk : public QObject {
   std::vector<size_t> replayRowCaptures_;  // each row's capture
   long replayTopRow_ = -2;                 // the row at the waterfall's top, -1 for none
   WaterfallDock* waterfall_ = nullptr;
+  LevelStripsDock* strips_ = nullptr;
+  std::string replayPath_;
   std::optional<size_t> waiting_;  // a capture beyond the first pass's reach
   ReplayBar* bar_ = nullptr;
   QTimer* tick_ = nullptr;

@@ -182,7 +182,7 @@ void frmMain::UpdateView() {
   SyncScrollBars();
   ShowCommands();
   picSpectrum_->ShowScene(Scene());
-  history_->Show(commands_, live_.View.Scale, *picSpectrum_);
+  history_->Show(commands_, live_.View.Scale, *picSpectrum_, live_.State.Capture.FreqScale);
   FollowCoordinateReadout();
   RefreshSelectionPanels();
   cursorPanel_->Show(CursorReadouts(display_, live_.State.Capture.FreqScale, live_.State.Capture.FreqFormat));

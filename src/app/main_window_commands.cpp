@@ -68,6 +68,9 @@ void frmMain::RunCommand(Command command, int index) {
     case Command::ViewWaterfall:
       history_->ToggleWaterfall();
       return UpdateView();
+    case Command::ViewLevelStrips:
+      history_->ToggleLevelStrips();
+      return UpdateView();
     case Command::WaterfallColors:
       history_->ChooseWaterfallColors(index);
       return UpdateView();

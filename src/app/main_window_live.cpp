@@ -89,7 +89,7 @@ uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
   if (r.StatusText) panels_->SetText("Status", Text(*r.StatusText));
   const std::optional<ModemInfo> unit = CurrentModem();
   desk_->AddCapture(unit ? unit->Name : std::string());
-  if (unit) history_->Record(*unit, arrived, block, live_.State.Traces);
+  if (unit) history_->Record(*unit, arrived, block, live_.State);
   UpdateView();
   // The bar stays full a moment after each capture, then empties: a capture indicator.
   QTimer::singleShot(kCaptureBlinkMs, progress, [progress] {

@@ -22,15 +22,20 @@ constexpr size_t kAutomaticRows = 200;  // the newest rows automatic levels foll
 
 }  // namespace
 
+QDockWidget* AddBottomDock(QMainWindow* window, const char* title, const char* name, QWidget* content) {
+  auto* dock = new QDockWidget(title, window);
+  dock->setObjectName(name);
+  dock->setWidget(content);
+  dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
+  window->addDockWidget(Qt::BottomDockWidgetArea, dock);
+  dock->hide();
+  return dock;
+}
+
 WaterfallDock::WaterfallDock(QMainWindow* window, const DisplayState& display, RowClicked clicked)
     : QObject(window), display_(display) {
   panel_ = new WaterfallPanel;
-  dock_ = new QDockWidget("Waterfall", window);
-  dock_->setObjectName("dockWaterfall");
-  dock_->setWidget(panel_);
-  dock_->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
-  window->addDockWidget(Qt::BottomDockWidgetArea, dock_);
-  dock_->hide();
+  dock_ = AddBottomDock(window, "Waterfall", "dockWaterfall", panel_);
   panel_->ShowRows(&live_);
   connect(panel_, &WaterfallPanel::rowClicked, this, [clicked = std::move(clicked)](int64_t t) { clicked(t); });
   fillTick_ = new QTimer(this);

@@ -13,8 +13,12 @@
 class QDockWidget;
 class QMainWindow;
 class QTimer;
+class QWidget;
 
 namespace tavrix {
+
+// A hidden dock under the plot holding `content`, closed only from its View menu entry.
+QDockWidget* AddBottomDock(QMainWindow* window, const char* title, const char* name, QWidget* content);
 
 class PlotWidget;
 class WaterfallPanel;

@@ -3,7 +3,8 @@
 // with one notice while the captures go on being shown. A replay lands seeks and steps on the
 // right capture, whose traces are those the export command gives over the blocks up to it;
 // leaving it watches the unit again. After a restart the waterfall is filled back from the
-// recording, and a row of it replays its capture.
+// recording, the level strips measure the band between the cursors over it, and a row of it
+// replays its capture.
 #include <QFile>
 
 #include <sstream>
@@ -11,6 +12,8 @@
 #include "app/command_line.h"
 #include "app/export_command.h"
 #include "app/history_desk.h"
+#include "app/level_strips_dock.h"
+#include "app/plot_widget.h"
 #include "app/replay_bar.h"
 #include "app/waterfall_dock.h"
 #include "history/waterfall_rows.h"
@@ -174,8 +177,25 @@ class HistoryWindowTest : public QObject {
     QVERIFY(h.WaitConnected(sim.Address()) && h.Capture());
     const history::WaterfallRows& rows = h.w->History()->Waterfall()->LiveRows();
     QVERIFY(QTest::qWaitFor([&] { return rows.Count() == 4; }, kWaitMs));
-    // Each row is its capture's current trace, oldest at the bottom.
     h.w->History()->Flush();
+    // The level strips measure the band between the cursors over the recording.
+    h.w->resize(1200, 720);
+    h.w->show();
+    QVERIFY(QTest::qWaitForWindowExposed(h.w.get()));
+    const float scale = h.w->Live().State.Capture.FreqScale;
+    for (int c = 0; c < 2; ++c) {
+      h.w->Action(Command::ViewCursor, c)->trigger();
+      const QPointF at = h.w->Plot()->ToPixel((60.0 + 5.0 * c) * scale, h.w->Live().View.Scale.CenterY());
+      QTest::mouseClick(h.w->Plot(), Qt::LeftButton, {}, at.toPoint());
+    }
+    h.w->Action(Command::ViewLevelStrips)->trigger();
+    const LevelStripsDock& strips = *h.w->History()->Strips();
+    QVERIFY(QTest::qWaitFor([&] { return !strips.Measuring(); }, kWaitMs));
+    QCOMPARE(strips.Points().size(), size_t(4));
+    const std::optional<BandMHz> band = BandBetween(h.w->Display().Cursors[0], h.w->Display().Cursors[1], scale);
+    QVERIFY(band && band->High - band->Low > 4);
+    // Each row is its capture's current trace, oldest at the bottom, and each point its
+    // figures in the band.
     history::RecordingReader reader;
     QCOMPARE(reader.Open(history::UnitRecordings(folder, "Sim").back().Path), std::string());
     QCOMPARE(reader.Count(), size_t(4));
@@ -184,8 +204,12 @@ class HistoryWindowTest : public QObject {
       QVERIFY(reader.Block(i, block));
       const history::WaterfallRow& row = rows.Newest(3 - i);
       QCOMPARE(row.TimeMs, reader.Entry(i).TimeMs);
-      QVERIFY2(row.Levels == history::MakeWaterfallRow(ProcessBlocks({block}, true, false, false).State.Traces, 0).Levels,
-               qPrintable(QString::number(i)));
+      const SpectrumState state = ProcessBlocks({block}, true, false, false).State;
+      QVERIFY2(row.Levels == history::MakeWaterfallRow(state.Traces, 0).Levels, qPrintable(QString::number(i)));
+      const history::StripPoint point = history::MeasureStripPoint(state, row.TimeMs, {*band, std::nullopt});
+      QVERIFY(!std::isnan(point.ChannelPowerDb));
+      QCOMPARE(strips.Points()[i].TimeMs, row.TimeMs);
+      QCOMPARE(strips.Points()[i].ChannelPowerDb, point.ChannelPowerDb);
     }
     // A row asks for its capture: the day's recording replays from it.
     h.w->History()->ReplayAt(rows.Newest(2).TimeMs);
