@@ -14,10 +14,14 @@
 #   measuring-carriers.png      the wide carrier measured between the cursors with a noise
 #                               band beside it, a C/N limit above its C/N raising the alarm,
 #                               the peak table and the event log
+#   history.png                 a restart on a recording of the simulated unit: the waterfall
+#                               filled back from it, the level strips of the wide carrier, and
+#                               today's recording replayed from the History menu
 # BUILD_DIR names the build to use (default build/release, built first). Names of pictures
 # given as arguments make those alone (measuring-carriers.png, or printed-page.png for the
 # four of the directory and printing).
-# SCALE=2 makes measuring-carriers@2x.png instead, at device pixel ratio 2, to look at.
+# SCALE=2 makes measuring-carriers@2x.png and history@2x.png instead, at device pixel ratio
+# 2, to look at.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh --docs >/dev/null
@@ -78,20 +82,22 @@ start_unit() {
   [[ -n "$unit_port" ]] || { echo "the simulated unit $name did not start: $(cat "$work/$name.err")" >&2; exit 1; }
 }
 
-# start_demo SCALE NAME: the viewer on its simulated unit on a virtual screen of its own, the
-# window at 1280x760 logical pixels in the top left corner; its id in $window.
+# start_demo SCALE NAME [HEIGHT]: the viewer on its simulated unit on a virtual screen of its
+# own, the window at 1280x760 (or HEIGHT) logical pixels in the top left corner; its id in
+# $window.
 start_demo() {
-  local scale=$1 name=$2
-  start_screen $((1300 * scale)) $((800 * scale))
-  # A settings folder of its own: the picture never depends on (or changes) the settings
-  # of whoever runs this, and what is switched on starts from its defaults.
-  mkdir -p "$work/settings-$name"
-  XDG_CONFIG_HOME=$work/settings-$name QT_SCALE_FACTOR=$scale "$bin" --demo >/dev/null 2>&1 &
+  local scale=$1 name=$2 height=${3:-760}
+  start_screen $((1300 * scale)) $(((height + 40) * scale))
+  # Settings and recordings folders of its own: the picture never depends on (or changes)
+  # the settings of whoever runs this, and what is switched on starts from its defaults.
+  mkdir -p "$work/settings-$name" "$work/data-$name"
+  XDG_CONFIG_HOME=$work/settings-$name XDG_DATA_HOME=$work/data-$name QT_SCALE_FACTOR=$scale "$bin" --demo \
+    >/dev/null 2>&1 &
   pids+=($!)
   window=$(wait_window "Connected to Simulated Demodulator")
   # A first start opens the window centred; at the top left corner the whole window is on
   # the screen, and the clicks and crops are in the screen's own pixels.
-  xdotool windowsize "$window" $((1280 * scale)) $((760 * scale))
+  xdotool windowsize "$window" $((1280 * scale)) $((height * scale))
   xdotool windowmove "$window" 0 0
   xdotool mousemove $((640 * scale)) $((300 * scale)) click 1  # the plot takes the keys
 }
@@ -253,6 +259,39 @@ measure_carriers() {
   cleanup
 }
 
+# history_shot NAME: 150 captures of the simulated unit recorded by `record` as fast as it
+# answers, into the viewer's recordings folder, then the viewer on it: the waterfall filled back
+# from them, the cursors either side of the wide carrier with the level strips, and
+# History > Today's Recording, then a click in the middle of the C/N strip for the capture
+# at that time.
+history_shot() {
+  local s=${SCALE:-1} name=$1
+  [[ $s == 1 ]] || name=${name%.png}@${s}x.png
+  local folder="$work/data-$name/Tavrix/Tavrix Spectrum Analyzer/recordings/Simulated Demodulator"
+  mkdir -p "$folder"
+  start_unit recorded --capture-pool 64
+  "$bin" record --modem "127.0.0.1:$unit_port" --name "Simulated Demodulator" --every 0.1 --count 150 \
+    --out "$folder/$(date -u +%F).tavrec" >/dev/null
+  local window
+  start_demo "$s" "$name" 960
+  at() { local x=$(($1 * s)) y=$(($2 * s)); shift 2; xdotool mousemove "$x" "$y" "$@"; }
+  sleep 4  # a capture on the plot
+  # View > Waterfall and Level Strips (each the second entry of its letter), the cursors
+  # either side of the wide carrier (56.0 and 65.9 MHz).
+  xdotool key alt+v; sleep 0.3; xdotool key w w Return; sleep 0.5
+  xdotool key alt+v; sleep 0.3; xdotool key 1; sleep 0.3; at 238 150 click 1; sleep 0.3
+  xdotool key alt+v; sleep 0.3; xdotool key 2; sleep 0.3; at 535 150 click 1; sleep 0.3
+  xdotool key alt+v; sleep 0.3; xdotool key r r Return; sleep 4
+  # History > Today's Recording; the capture in the middle of the strips.
+  xdotool key alt+y; sleep 0.3; xdotool key t; sleep 1.5
+  at 640 890 click 1
+  at 1299 $((960 + 39))
+  sleep 1.5
+  import -window "$window" "$out/$name"
+  echo "wrote $out/$name"
+  cleanup
+}
+
 wanted=" $* "
 want() { [[ "$wanted" == "  " || "$wanted" == *" $1 "* ]]; }
 want viewer.png && shoot 1 viewer.png && label_window
@@ -261,4 +300,5 @@ want view-menu.png && shoot 1 view-menu.png alt+v
 want measuring.png && shoot 1 measuring.png measure
 want printed-page.png && directory_and_printing
 want measuring-carriers.png && measure_carriers measuring-carriers.png
+want history.png && history_shot history.png
 exit 0
