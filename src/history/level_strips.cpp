@@ -20,6 +20,7 @@ constexpr double kStripGap = 8;     // between the two strips
 constexpr double kTickLength = 4;   // of the time ticks, into the strip
 constexpr double kLabelSpacing = 90;  // the least room a time label takes across
 constexpr double kLeastRangeDb = 1;   // a strip's levels span at least this
+constexpr int64_t kGapMs = 60'000;    // captures further apart are not joined by the line
 
 constexpr const char* kStripNames[kStripCount] = {"Channel power", "C/N"};
 
@@ -154,7 +155,8 @@ struct StripPainter {
       painter.setPen(pen);
       painter.drawLine(QPointF(a.Left, y(*limit)), QPointF(a.Right(), y(*limit)));
     }
-    // The figure, a line from capture to capture; a capture without it breaks the line.
+    // The figure, a line from capture to capture; a capture without it, or a gap in the
+    // recording, breaks the line.
     QPen trace(ToColor(scene.Colors[kSpectrumColor]), 0);
     trace.setCosmetic(true);
     painter.setPen(trace);
@@ -166,6 +168,7 @@ struct StripPainter {
     };
     for (size_t i = first; i < last; ++i) {
       const float v = FigureOf(points[i], figure);
+      if (i > first && points[i].TimeMs - points[i - 1].TimeMs > kGapMs) flush();
       if (std::isnan(v)) {
         flush();
         continue;
