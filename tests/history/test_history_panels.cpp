@@ -166,11 +166,14 @@ class HistoryPanelsTest : public QObject {
       WaterfallRow row{1'764'050'400'000 + n * 3000, 100, 1, std::vector<uint8_t>(kPointCount, uint8_t(n))};
       rows.Add(row);
     }
+    std::array<uint32_t, kWaterfallLevels> grey{};
+    for (uint32_t q = 0; q < grey.size(); ++q) grey[q] = 0xFF000000u | q << 16 | q << 8 | q;
     for (const size_t fromAge : {size_t(0), size_t(7), size_t(59), size_t(60), size_t(70)}) {
       WaterfallRows older;
       for (size_t age = rows.Count(); age-- > fromAge;) older.Add(rows.Newest(age));
       WaterfallImage from, plain;
       for (WaterfallImage* image : {&from, &plain}) {
+        image->SetColors(grey, 0xFF0000FFu);
         image->SetGeometry(QSize(32, 40), 1);
         image->SetView(100, kPointCount);
       }
