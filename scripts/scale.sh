@@ -7,11 +7,14 @@
 # resident size at the end; S: the slowest of the scrapes of /metrics made during the window.
 # Targets at 500 units: missed 0, cpu under 100 %, rss under 400 MiB, scrape under 100 ms.
 # The time the daemon took to end after SIGTERM goes to stderr. TAVRIX_BUILD=DIR uses the
-# program built there instead of building the release build.
+# program built there instead of building the release build. SCALE_STALLING=K makes the
+# first K units stall every transfer for 10 s; M then counts the other units' missed polls,
+# which stalling units must never cause.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 n=${1:-500}
 seconds=${2:-180}
+stalling=${SCALE_STALLING:-0}
 [[ "$n" =~ ^[1-9][0-9]*$ && "$seconds" =~ ^[1-9][0-9]*$ ]] || { echo "usage: scale.sh [N] [SECONDS]" >&2; exit 2; }
 if [[ -z "${TAVRIX_BUILD:-}" ]]; then
   bash scripts/setup.sh >/dev/null
@@ -47,13 +50,19 @@ PY
 # Polls finished and polls missed over all units, from /units.
 counts() {
   curl -sf "http://127.0.0.1:$listen/units" | python3 -c '
-import json, sys
-units = json.load(sys.stdin)["units"]
-print(sum(u["captures"] + sum(u["failures"].values()) for u in units), sum(u["missed"] for u in units))'
+import ipaddress, json, sys
+units, first, stalling = json.load(sys.stdin)["units"], int(sys.argv[1]), int(sys.argv[2])
+def number(address):  # from 0: unit k has the k-th loopback address, or else the k-th port
+    host, port = address.rsplit(":", 1)
+    return int(ipaddress.ip_address(host)) - int(ipaddress.ip_address("127.0.0.1")) + int(port) - first
+healthy = [u for u in units if number(u["address"]) >= stalling]
+print(sum(u["captures"] + sum(u["failures"].values()) for u in units), sum(u["missed"] for u in healthy))' "$first" "$stalling"
 }
+faults=()
+((stalling > 0)) && faults=(--fault-units "1-$stalling" --stall-transfer 10)
 
 echo "starting $n simulated units ..." >&2
-python3 tools/demod_sim.py --units "$n" --spread-hosts --quiet >"$work/sim.out" 2>"$work/sim.err" &
+python3 tools/demod_sim.py --units "$n" --spread-hosts --quiet "${faults[@]}" >"$work/sim.out" 2>"$work/sim.err" &
 sim_pid=$!
 for _ in $(seq 600); do grep -q LISTENING "$work/sim.out" 2>/dev/null && break; sleep 0.1; done
 first=$(sed -n 's/^LISTENING \([0-9]*\)$/\1/p' "$work/sim.out")

@@ -1,6 +1,7 @@
 #include "link/link_pool.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace tavrix {
 
@@ -22,7 +23,17 @@ class LinkPool::Strand : public LinkRunner {
 LinkPool::LinkPool(int threads) { AddThreads(std::max(1, threads)); }
 
 void LinkPool::AddThreads(int count) {
-  for (int i = 0; i < count; ++i) threads_.emplace_back([this] { Work(); });
+  std::lock_guard lock(mutex_);
+  for (int i = 0; i < count; ++i) StartThread();
+}
+
+void LinkPool::StartThread() {
+  if (!quit_) threads_.emplace_back([this] { Work(); });
+}
+
+int LinkPool::Threads() const {
+  std::lock_guard lock(mutex_);
+  return static_cast<int>(threads_.size());
 }
 
 LinkPool::~LinkPool() {
@@ -31,15 +42,21 @@ LinkPool::~LinkPool() {
     quit_ = true;
   }
   wake_.notify_all();
-  for (std::thread& t : threads_) t.join();
+  for (std::thread& t : threads_) t.join();  // none is started once quit_ is set
 }
 
-std::unique_ptr<LinkRunner> LinkPool::NewStrand() { return std::make_unique<Strand>(*this); }
+std::unique_ptr<LinkRunner> LinkPool::NewStrand() {
+  std::lock_guard lock(mutex_);
+  ++strands_;
+  return std::make_unique<Strand>(*this);
+}
 
 void LinkPool::Schedule(const std::shared_ptr<Queue>& queue) {
   if (queue->scheduled || queue->items.empty()) return;
   queue->scheduled = true;
   ready_.push_back(queue);
+  // Work waiting while every thread is held by a step: a thread more, up to one a strand.
+  if (idleThreads_ < static_cast<int>(ready_.size()) && std::ssize(threads_) < strands_) StartThread();
   wake_.notify_one();
 }
 
@@ -52,6 +69,7 @@ void LinkPool::Post(const std::shared_ptr<Queue>& queue, Item item) {
 
 void LinkPool::Close(const std::shared_ptr<Queue>& queue) {
   std::unique_lock lock(mutex_);
+  if (!queue->closed) --strands_;
   queue->closed = true;
   queue->items.clear();
   std::erase(ready_, queue);
@@ -71,6 +89,7 @@ void LinkPool::Work() {
     }
     if (quit_) return;
     if (ready_.empty()) {
+      ++idleThreads_;
       if (paused_.empty()) {
         wake_.wait(lock);
       } else {
@@ -78,6 +97,7 @@ void LinkPool::Work() {
         const Clock::time_point until = paused_.begin()->first;
         wake_.wait_until(lock, until);
       }
+      --idleThreads_;
       continue;
     }
     std::shared_ptr<Queue> queue = std::move(ready_.front());

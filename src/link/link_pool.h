@@ -17,6 +17,9 @@ namespace tavrix {
 // own: a strand's work runs in order, one item at a time, on whichever thread is free, so a
 // unit's steps keep their order while a slow unit holds one thread and delays only its own
 // strand. A strand's pause holds no thread. Strands are served in turn, so none starves.
+// When a strand's work is ready and every thread is held by a step (units stalling until
+// the client gives up), one more thread is started, up to one a strand, so that no number
+// of slow units delays the others; the threads stay for the pool's life.
 class LinkPool {
  public:
   explicit LinkPool(int threads);
@@ -25,8 +28,8 @@ class LinkPool {
   LinkPool& operator=(const LinkPool&) = delete;
 
   std::unique_ptr<LinkRunner> NewStrand();
-  int Threads() const { return static_cast<int>(threads_.size()); }
-  // More threads for more units (called from the thread that made the pool).
+  int Threads() const;
+  // More threads for more units.
   void AddThreads(int count);
 
  private:
@@ -47,13 +50,16 @@ class LinkPool {
   void Post(const std::shared_ptr<Queue>& queue, Item item);
   void Close(const std::shared_ptr<Queue>& queue);
   void Schedule(const std::shared_ptr<Queue>& queue);  // with mutex_ held
+  void StartThread();                                  // with mutex_ held
 
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::condition_variable wake_;  // work is ready, or a pause ends sooner
   std::condition_variable idle_;  // an item has finished
   std::deque<std::shared_ptr<Queue>> ready_;
   std::multimap<Clock::time_point, std::shared_ptr<Queue>> paused_;
   bool quit_ = false;
+  int strands_ = 0;      // not yet finished
+  int idleThreads_ = 0;  // waiting for work
   std::vector<std::thread> threads_;
 };
 

@@ -264,7 +264,7 @@ int LinkThreadsFor(const MonitorConfig& config) {
   if (config.LinkThreads > 0) return config.LinkThreads;
   // A poll holds a thread only while it waits for the network, a few tens of milliseconds on
   // a healthy unit and up to the time-outs on a stalled one: one thread for every eight
-  // units, at least four, leaves room for a few stalled units at any time.
+  // units, at least four, to begin with; the pool grows when stalled units hold them all.
   return std::clamp(static_cast<int>(config.Units.size() + 7) / 8, 4, 96);
 }
 

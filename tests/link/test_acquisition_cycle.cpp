@@ -284,6 +284,18 @@ class AcquisitionCycleTest : public QObject {
     paused->Finish();
     QVERIFY(!afterPause);
 
+    // A step that holds the one thread (a stalling unit) does not hold up another strand:
+    // the pool grows by a thread, and by no more than its strands.
+    std::atomic<bool> free{false}, beside{false};
+    {
+      auto holder = single.NewStrand();
+      const auto unblock = qScopeGuard([&] { free = true; });
+      holder->Post([&] { while (!free) std::this_thread::yield(); });
+      other->Post([&] { beside = true; });
+      QTRY_VERIFY_WITH_TIMEOUT(beside.load(), kWaitMs);
+      QCOMPARE(single.Threads(), 2);
+    }
+
     std::atomic<bool> started{false}, go{false}, dropped{false};
     other->Post([&] {
       started = true;
