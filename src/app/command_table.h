@@ -228,8 +228,8 @@ inline constexpr MenuRow kViewMenuTail[] = {
     {Command::ViewNoiseBand, "Set Noise Band"},
     {Command::ViewPeakTable, "Pea&k Table"},
     {Command::ViewEventLog, "Event Lo&g"},
-    {Command::ViewWaterfall, "&Waterfall"},
-    {Command::ViewLevelStrips, "Level St&rips"},
+    {Command::ViewWaterfall, "Waterfall"},  // every letter of these two names is taken
+    {Command::ViewLevelStrips, "Level Strips"},
     kSeparator,
     {Command::ViewConstellation, "I/&Q Constellation"},
     {Command::ViewCopy, "&Copy/Capture Current View"},

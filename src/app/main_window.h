@@ -281,7 +281,7 @@ class frmMain : public QMainWindow {
   bool loaded_ = false;
   bool busyShown_ = false;
   bool watchingScreen_ = false;
-  bool showingReplayed_ = false;  // the capture being processed is a replay's
+  std::optional<int64_t> replayedMs_;  // the arrival time of the replayed capture being processed
 
   // Widgets (owned by Qt's parent chain).
   PlotWidget* picSpectrum_ = nullptr;

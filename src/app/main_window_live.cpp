@@ -53,9 +53,9 @@ void frmMain::ShowReplayedCapture(SpectrumState before, const std::string& block
   // The traces shown are the window's choice, not the recording's.
   before.Traces.TraceVisible = live_.State.Traces.TraceVisible;
   live_.State = std::move(before);
-  showingReplayed_ = true;
+  replayedMs_ = timeMs;
   ShowCaptureBlock(block);
-  showingReplayed_ = false;
+  replayedMs_.reset();
   SetTitle();
   panels_->SetText("Status", "Replay: " + CaptureTimeText(timeMs));
 }
@@ -75,7 +75,7 @@ void frmMain::OnReplayChanged(bool replaying) {
 
 uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
   // While a replay holds the display, a late live capture is not shown.
-  if (history_->Replaying() && !showingReplayed_) return live_.State.Capture.LeadWord;
+  if (history_->Replaying() && !replayedMs_) return live_.State.Capture.LeadWord;
   const int64_t arrived = QDateTime::currentMSecsSinceEpoch();
   QProgressBar* progress = panels_->ProgressBar();
   const CaptureOutcome outcome = live_.ProcessBlock(block, display_.WindowSpectrum,
@@ -88,7 +88,7 @@ uint16_t frmMain::ShowCaptureBlock(const std::string& block) {
   panels_->SetText("SampleRate", Text(r.SampleRatePanel));
   if (r.StatusText) panels_->SetText("Status", Text(*r.StatusText));
   const std::optional<ModemInfo> unit = CurrentModem();
-  desk_->AddCapture(unit ? unit->Name : std::string());
+  desk_->AddCapture(unit ? unit->Name : std::string(), replayedMs_);
   if (unit) history_->Record(*unit, arrived, block, live_.State);
   UpdateView();
   // The bar stays full a moment after each capture, then empties: a capture indicator.

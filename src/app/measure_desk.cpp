@@ -116,14 +116,15 @@ WatchInput MeasureDesk::Input() const {
 
 BandReading MeasureDesk::Read() const { return watch_.Read(Input(), display_.Measure); }
 
-void MeasureDesk::AddCapture(const std::string& unit) {
+void MeasureDesk::AddCapture(const std::string& unit, std::optional<int64_t> replayedMs) {
   const WatchInput in = Input();
   watch_.AddCapture(in, display_.Measure);
   const BandReading reading = watch_.Read(in, display_.Measure);
   const std::vector<AlarmChange> changes = watch_.CheckLimits(reading, display_.Measure.Limits);
   ShowAlarm(reading);
   if (changes.empty()) return;  // nothing is written again while the state stays
-  const auto now = std::chrono::system_clock::now();
+  const auto now = replayedMs ? std::chrono::system_clock::time_point(std::chrono::milliseconds(*replayedMs))
+                              : std::chrono::system_clock::now();
   std::vector<std::string> lines;
   bool raised = false;
   for (const AlarmChange& change : changes) {
@@ -131,6 +132,7 @@ void MeasureDesk::AddCapture(const std::string& unit) {
     log_->Add(lines.back());
     raised = raised || change.Alarm;
   }
+  if (replayedMs) return;
   if (raised) QApplication::beep();
   // A log that cannot be written is told once; the display goes on regardless.
   if (const std::string told = file_.Append(lines); !told.empty()) handlers_.Notice(told);

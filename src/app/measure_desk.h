@@ -3,7 +3,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "app/command_table.h"
@@ -43,8 +45,10 @@ class MeasureDesk : public QObject {
               const CommandSet& commands, const QString& settingsFile, Handlers handlers);
 
   // A capture has been processed: it joins the average, its figures meet the limits, and a
-  // change of alarm state is shown, beeped once and logged.
-  void AddCapture(const std::string& unit);
+  // change of alarm state is shown, beeped once and logged. A replayed capture (its arrival
+  // time given) shows its changes in the panels at that time, but neither beeps nor writes
+  // to the event log file, which holds live events only.
+  void AddCapture(const std::string& unit, std::optional<int64_t> replayedMs = std::nullopt);
   // The panels from the state: which are shown, their commands, the figures, the peak table.
   void Show();
   // A panel's command (Command::MeasureBand, ViewPeakTable, ViewEventLog): shown, or hidden again.
