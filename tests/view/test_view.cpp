@@ -142,12 +142,13 @@ class ViewTest : public QObject {
         v.AmpRange = 175;  // 4 x 175 = 700 = 400 x 1.75 exactly
         v.Scale.ScaleHeight = atLimit ? 400.0f : 400.5f;
       }
-      const ViewScale before = v.Scale;
+      const ViewScale before = v.Scale, previous = v.PreviousView;
       const ViewOutcome outcome = in ? v.ZoomIn() : v.ZoomOut();
       QCOMPARE(v.ZoomFactor, in ? 0.667f : 1.75f);
       QCOMPARE(outcome, (refused ? ViewOutcome{false, in ? kZoomInLimitText : kZoomOutLimitText} : ViewOutcome{true, {}}));
       if (refused) {
         QCOMPARE(v.Scale, before);
+        if (in) QCOMPARE(v.PreviousView, previous);  // Zoom Previous still goes where it went
         continue;
       }
       QCOMPARE(v.PreviousView, before);
