@@ -12,9 +12,11 @@
 
 #include "app/command_line.h"
 #include "app/event_log_panel.h"
+#include "app/history_desk.h"
 #include "app/measure_desk.h"
 #include "app/measure_panel.h"
 #include "app/peak_table_panel.h"
+#include "history/recording_folder.h"
 #include "window_harness.h"
 
 using namespace tavrix;
@@ -130,6 +132,16 @@ class MeasureWindowTest : public QObject {
       QVERIFY(h.LogLines().size() == 3 && h.LogLines()[2].endsWith(QString::asprintf(",%.3f,clear", limit->value())));
       QCOMPARE(alarm->text(), QString("Limits met"));
       QCOMPARE(h.w->Desk()->EventLog()->Table()->rowCount(), 2);
+      // A replayed capture meets the limits as well, shown in the panel, never in the file.
+      limit->setValue(cn + 8);
+      HistoryDesk& history = *h.w->History();
+      history.Flush();
+      const auto days = history::UnitRecordings(history.RecordingFolder().toStdString(), "Sim");
+      QVERIFY(!days.empty() && history.OpenReplay(days.back().Path).empty());
+      QCOMPARE(h.w->Desk()->EventLog()->Table()->rowCount(), 3);
+      QCOMPARE(h.LogLines().size(), 3);
+      history.LeaveReplay();
+      limit->setValue(cn - 10);
       kept = Described(h.w->Display().Measure);
       QVERIFY(kept.startsWith("66.") && kept.endsWith(QString::asprintf(" %.4f latest", limit->value())));
       h.w->UnloadSettings();

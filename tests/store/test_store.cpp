@@ -183,6 +183,12 @@ class StoreTest : public QObject {
         store.SaveSetting("Measurement", key, text);
       QCOMPARE(Measurement(LoadViewerSettings(store, kHome).Measure), QString(r.read));
     }
+    // A recording limit under 1 MiB keeps the default.
+    for (const char* limit : {"0", "-5"}) {
+      SettingsStore store(Path());
+      store.SaveSetting("History", "RecordingLimitMiB", limit);
+      QCOMPARE(LoadViewerSettings(store, kHome).History.RecordingLimitMiB, Defaults().History.RecordingLimitMiB);
+    }
   }
 
   // Deleting a value leaves a subsection of the same name, and the other way round; an empty value reads as missing.
