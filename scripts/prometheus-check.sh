@@ -10,11 +10,11 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [[ -z "${TAVRIX_BUILD:-}" ]]; then
-  bash scripts/setup.sh >/dev/null
+  bash scripts/setup.sh --tests >/dev/null
   bash scripts/build.sh release >/dev/null
   TAVRIX_BUILD=build/release
 fi
-command -v prometheus >/dev/null || { echo "prometheus-check: prometheus is missing (bash scripts/setup.sh)" >&2; exit 1; }
+command -v prometheus >/dev/null || { echo "prometheus-check: prometheus is missing (bash scripts/setup.sh --tests)" >&2; exit 1; }
 work=$(mktemp -d)
 pids=()
 cleanup() {

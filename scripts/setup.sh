@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages the project needs to build, test and run; with --docs
-# also what scripts/screenshots.sh needs. Idempotent: when every package is present it
-# installs nothing.
+# Installs the Debian 12 packages the project needs to build and run; with --tests also
+# what the tests need beyond that, with --docs what scripts/screenshots.sh needs.
+# Idempotent: when every package is present it installs nothing.
 set -euo pipefail
 
 PACKAGES=(
@@ -11,7 +11,6 @@ PACKAGES=(
   libcurl4-openssl-dev
   libzstd-dev
   libtomlplusplus-dev qt6-httpserver-dev qt6-websockets-dev
-  prometheus
   libbenchmark-dev
   python3 python3-pyftpdlib
   xvfb xauth xdotool imagemagick fonts-liberation
@@ -19,6 +18,9 @@ PACKAGES=(
 )
 # The pictures of the documentation also need a window manager (title bars) and a PDF reader.
 if [[ "${1:-}" == --docs ]]; then PACKAGES+=(openbox poppler-utils); fi
+# Prometheus (its promtool checks the metrics text) only where tests run: its package starts
+# a Prometheus server as a service, which an operator's desk has no use for.
+if [[ "${1:-}" == --tests ]]; then PACKAGES+=(prometheus); fi
 
 missing=()
 for pkg in "${PACKAGES[@]}"; do

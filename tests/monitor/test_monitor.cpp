@@ -72,7 +72,7 @@ const std::string kNarrowBand =
 // What promtool says of an exposition text: empty when it takes it without a word.
 QString PromtoolProblems(const std::string& text) {
   const QString promtool = QStandardPaths::findExecutable("promtool");
-  if (promtool.isEmpty()) return "promtool is not installed (scripts/setup.sh installs it)";
+  if (promtool.isEmpty()) return "promtool is not installed (scripts/setup.sh --tests installs it)";
   QProcess process;
   process.start(promtool, {"check", "metrics"});
   process.write(text.data(), static_cast<qint64>(text.size()));
