@@ -16,6 +16,8 @@ n=${1:-500}
 seconds=${2:-180}
 stalling=${SCALE_STALLING:-0}
 [[ "$n" =~ ^[1-9][0-9]*$ && "$seconds" =~ ^[1-9][0-9]*$ ]] || { echo "usage: scale.sh [N] [SECONDS]" >&2; exit 2; }
+[[ "$stalling" =~ ^[0-9]+$ ]] && ((stalling < n)) ||
+  { echo "scale: SCALE_STALLING must be a number of units below N ($n), not '$stalling'" >&2; exit 2; }
 if [[ -z "${TAVRIX_BUILD:-}" ]]; then
   bash scripts/setup.sh >/dev/null
   bash scripts/build.sh release >/dev/null
